@@ -1,0 +1,13 @@
+// The MoreSC network-configuration library: every public operation.
+// A program links the MoreSC library target and includes this header.
+#pragma once
+
+#include "platform/CoreFoundation.h"
+#include "platform/SCPreferences.h"
+#include "platform/SCSchemaDefinitions.h"
+#include "plist/MoreCFQ.h"
+#include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSets.h"
+#include "netconfig/MoreSCServices.h"
+#include "netconfig/MoreSCEntities.h"
+#include "netconfig/MoreSCDelete.h"
