@@ -52,10 +52,12 @@ public:
         return write("/Library/Preferences/SystemConfiguration/preferences.plist", text);
     }
 
+#ifdef TARNWICK_STORES_DIR
     // Installs one of the real stores of tests/data/stores as the default store.
     std::filesystem::path installStore(const std::string& name) const {
         return writeStore(ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / name));
     }
+#endif
 
     static std::string ReadFile(const std::filesystem::path& file) {
         std::ifstream in(file, std::ios::binary);
