@@ -56,6 +56,7 @@
 // Interface
 #define kSCPropNetInterfaceDeviceName CFSTR("DeviceName")
 #define kSCPropNetInterfaceHardware CFSTR("Hardware")
+#define kSCPropNetInterfaceHardwareVariant CFSTR("HardwareVariant")
 #define kSCPropNetInterfaceType CFSTR("Type")
 #define kSCPropNetInterfaceSubType CFSTR("SubType")
 #define kSCValNetInterfaceTypeEthernet CFSTR("Ethernet")
