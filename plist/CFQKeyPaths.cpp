@@ -1,0 +1,152 @@
+#include "plist/MoreCFQ.h"
+
+#include "platform/CFRef.h"
+#include "platform/MoreAssert.h"
+#include "plist/PointerBuffer.h"
+
+// Key paths: element i of a path is looked up in the dictionary reached by
+// elements 0..i-1. An empty path names no value; it is refused as a bad
+// argument after the precondition report.
+
+OSStatus CFQDictionaryGetValueAtPath(CFDictionaryRef dict, const void* path[], CFIndex pathElementCount,
+                                     const void** result) {
+    MoreAssertQ(dict != nil);
+    MoreAssertQ(path != nil);
+    MoreAssertQ(pathElementCount > 0);
+    MoreAssertQ(result != nil);
+    MoreAssertQ(*result == nil);
+
+    OSStatus err = noErr;
+    if (pathElementCount <= 0) err = paramErr;
+
+    CFDictionaryRef current = dict;
+    for (CFIndex i = 0; err == noErr && i < pathElementCount; i++) {
+        const void* value = nil;
+        if (!CFDictionaryGetValueIfPresent(current, path[i], &value)) {
+            err = kCFQKeyNotFoundErr;
+        } else if (i == pathElementCount - 1) {
+            *result = value;
+        } else if (value == nil || CFGetTypeID(value) != CFDictionaryGetTypeID()) {
+            err = kCFQDataErr;
+        } else {
+            current = static_cast<CFDictionaryRef>(value);
+        }
+    }
+
+    MoreAssertQ((err == noErr) == (*result != nil));
+    return err;
+}
+
+OSStatus CFQMutableDictionaryGetParentForPath(CFMutableDictionaryRef dict, const void* path[],
+                                              CFIndex pathElementCount, CFMutableDictionaryRef* result) {
+    MoreAssertQ(dict != nil);
+    MoreAssertQ(path != nil);
+    MoreAssertQ(pathElementCount > 0);
+    MoreAssertQ(result != nil);
+    MoreAssertQ(*result == nil);
+
+    OSStatus err = noErr;
+    if (pathElementCount <= 0) err = paramErr;
+
+    // Every dictionary on the way down is replaced by a fresh mutable copy,
+    // even one that is already mutable: nested dictionaries handed out by
+    // the preferences store may be shared and must not be edited in place.
+    CFMutableDictionaryRef current = dict;
+    for (CFIndex i = 0; err == noErr && i < pathElementCount - 1; i++) {
+        const void* child = nil;
+        if (!CFDictionaryGetValueIfPresent(current, path[i], &child)) {
+            err = kCFQKeyNotFoundErr;
+        } else if (child == nil || CFGetTypeID(child) != CFDictionaryGetTypeID()) {
+            err = kCFQDataErr;
+        } else {
+            CFRef<CFMutableDictionaryRef> mutableChild(
+                CFDictionaryCreateMutableCopy(nil, 0, static_cast<CFDictionaryRef>(child)));
+            if (!mutableChild) {
+                err = coreFoundationUnknownErr;
+            } else {
+                CFDictionarySetValue(current, path[i], mutableChild.get());
+                MoreAssertQ(CFGetRetainCount(mutableChild.get()) >= 2);
+                current = mutableChild.get();
+            }
+        }
+    }
+    if (err == noErr) *result = current;
+
+    MoreAssertQ((err == noErr) == (*result != nil));
+    return err;
+}
+
+OSStatus CFQDictionarySetValueAtPath(CFMutableDictionaryRef dict, const void* path[], CFIndex pathElementCount,
+                                     const void* value) {
+    MoreAssertQ(dict != nil);
+    MoreAssertQ(path != nil);
+    MoreAssertQ(pathElementCount > 0);
+
+    CFMutableDictionaryRef parent = nil;
+    OSStatus err = CFQMutableDictionaryGetParentForPath(dict, path, pathElementCount, &parent);
+    if (err == noErr) CFDictionarySetValue(parent, path[pathElementCount - 1], value);
+    return err;
+}
+
+OSStatus CFQDictionaryRemoveValueAtPath(CFMutableDictionaryRef dict, const void* path[], CFIndex pathElementCount) {
+    MoreAssertQ(dict != nil);
+    MoreAssertQ(path != nil);
+    MoreAssertQ(pathElementCount > 0);
+
+    CFMutableDictionaryRef parent = nil;
+    OSStatus err = CFQMutableDictionaryGetParentForPath(dict, path, pathElementCount, &parent);
+    if (err == noErr && !CFDictionaryContainsKey(parent, path[pathElementCount - 1])) err = kCFQKeyNotFoundErr;
+    if (err == noErr) CFDictionaryRemoveValue(parent, path[pathElementCount - 1]);
+    return err;
+}
+
+OSStatus PathArrayHelper(CFArrayRef path, const void*** pathElements) {
+    MoreAssertQ(path != nil);
+    MoreAssertQ(pathElements != nil);
+    MoreAssertQ(*pathElements == nil);
+
+    OSStatus err = noErr;
+    CFIndex pathElementCount = CFArrayGetCount(path);
+    MoreAssertQ(pathElementCount > 0);
+
+    PointerBuffer elements = AllocatePointerBuffer(pathElementCount);
+    if (!elements) err = memFullErr;
+    if (err == noErr) {
+        CFArrayGetValues(path, CFRangeMake(0, pathElementCount), elements.get());
+        *pathElements = elements.release();
+    }
+    return err;
+}
+
+// The array forms copy the keys into a counted array, run the counted form
+// on it and free the copy whatever happened.
+
+OSStatus CFQDictionaryGetValueAtPathArray(CFDictionaryRef dict, CFArrayRef path, const void** result) {
+    MoreAssertQ(path != nil);
+
+    const void** pathElements = nil;
+    OSStatus err = PathArrayHelper(path, &pathElements);
+    PointerBuffer holder(pathElements);
+    if (err == noErr) err = CFQDictionaryGetValueAtPath(dict, holder.get(), CFArrayGetCount(path), result);
+    return err;
+}
+
+OSStatus CFQDictionarySetValueAtPathArray(CFMutableDictionaryRef dict, CFArrayRef path, const void* value) {
+    MoreAssertQ(path != nil);
+
+    const void** pathElements = nil;
+    OSStatus err = PathArrayHelper(path, &pathElements);
+    PointerBuffer holder(pathElements);
+    if (err == noErr) err = CFQDictionarySetValueAtPath(dict, holder.get(), CFArrayGetCount(path), value);
+    return err;
+}
+
+OSStatus CFQDictionaryRemoveValueAtPathArray(CFMutableDictionaryRef dict, CFArrayRef path) {
+    MoreAssertQ(path != nil);
+
+    const void** pathElements = nil;
+    OSStatus err = PathArrayHelper(path, &pathElements);
+    PointerBuffer holder(pathElements);
+    if (err == noErr) err = CFQDictionaryRemoveValueAtPath(dict, holder.get(), CFArrayGetCount(path));
+    return err;
+}
