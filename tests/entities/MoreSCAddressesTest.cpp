@@ -1,6 +1,5 @@
 #include "entities/MoreSCAddresses.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 #include "entities/EntityChecks.h"
@@ -31,16 +30,4 @@ TEST(MacAddressText, RejectsLongTextAndMissingFieldsLeavingAddressUntouched) {
     EXPECT_EQ(-1, MoreSCFStringToMacAddress(CFSTR("00:0a:95:9d:68"), mac));
     EXPECT_EQ(-1, MoreSCFStringToMacAddress(CFSTR("not a mac"), mac));
     EXPECT_EQ(0, memcmp(untouched, mac, 6));
-}
-
-TEST(InetAddressText, DottedDecimalInOrder) {
-    const MoreSCInetAddress addresses[] = {inet_addr("10.0.1.2"), 0, inet_addr("255.255.255.0")};
-    CFRef<CFArrayRef> texts;
-    ASSERT_EQ(noErr, MoreSCFCreateArrayWithInetAddresses(3, addresses, texts.out()));
-    EXPECT_EQ((std::vector<std::string>{"10.0.1.2", "0.0.0.0", "255.255.255.0"}), Strings(texts.get()));
-
-    // No addresses is an empty array, not a missing one.
-    ASSERT_EQ(noErr, MoreSCFCreateArrayWithInetAddresses(0, nullptr, texts.out()));
-    ASSERT_NE(nullptr, texts.get());
-    EXPECT_EQ(0, CFArrayGetCount(texts.get()));
 }

@@ -7,27 +7,21 @@
 
 using Names = std::vector<std::string>;
 
-TEST(InterfaceEntity, PlainEthernetHasFourKeysInOrder) {
-    MoreSCInterfaceDigest digest{};
-    digest.deviceName = CFSTR("en0");
-    digest.hardware = CFSTR("Ethernet");
-    digest.type = CFSTR("Ethernet");
-    digest.userDefinedName = CFSTR("Built-in Ethernet");
+TEST(InterfaceEntity, OptionalKeysOnlyWhenGiven) {
+    MoreSCInterfaceDigest digest{CFSTR("en0"), CFSTR("Ethernet"), nullptr, CFSTR("Ethernet"), nullptr,
+                                 CFSTR("Built-in Ethernet")};
     CFRef<CFDictionaryRef> entity;
     testing::internal::CaptureStderr();
     ASSERT_EQ(noErr, MoreSCCreateInterfaceEntity(&digest, entity.out()));
     EXPECT_EQ("", testing::internal::GetCapturedStderr());
     EXPECT_EQ((Names{"DeviceName", "UserDefinedName", "Hardware", "Type"}), Keys(entity.get()));
-    EXPECT_EQ("Built-in Ethernet", StringAt(entity.get(), "UserDefinedName"));
-}
 
-TEST(InterfaceEntity, ModemWithSubTypeAndVariant) {
-    MoreSCInterfaceDigest digest{CFSTR("modem"), CFSTR("Modem"), CFSTR("V.92"), CFSTR("PPP"), CFSTR("PPPSerial"),
-                                 CFSTR("Internal Modem")};
-    CFRef<CFDictionaryRef> entity;
+    digest = MoreSCInterfaceDigest{CFSTR("modem"), CFSTR("Modem"), CFSTR("V.92"), CFSTR("PPP"), CFSTR("PPPSerial"),
+                                   CFSTR("Internal Modem")};
     ASSERT_EQ(noErr, MoreSCCreateInterfaceEntity(&digest, entity.out()));
     EXPECT_EQ((Names{"DeviceName", "UserDefinedName", "Hardware", "Type", "SubType", "HardwareVariant"}),
               Keys(entity.get()));
+    EXPECT_EQ("V.92", StringAt(entity.get(), "HardwareVariant"));
 }
 
 TEST(InterfaceEntity, InconsistentDigestIsReportedAndStillBuilt) {

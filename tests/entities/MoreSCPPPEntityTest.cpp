@@ -4,7 +4,7 @@
 
 #include "entities/EntityChecks.h"
 #include "entities/MoreSCCreateEntity.h"
-#include "entities/SystemVersion.h"
+#include "support/SystemVersion.h"
 
 using Names = std::vector<std::string>;
 
@@ -84,12 +84,6 @@ TEST(EncodedPPPPassword, BigEndianUTF16WithoutMarkOrTerminator) {
     ASSERT_EQ(4, CFDataGetLength(encoded.get()));
     EXPECT_EQ(0, memcmp(ab, CFDataGetBytePtr(encoded.get()), 4));
 
-    const UniChar euroSign[] = {0x20AC};
-    CFRef<CFStringRef> euro(CFStringCreateWithCharacters(nullptr, euroSign, 1));
-    ASSERT_EQ(noErr, MoreSCFCopyEncodedPPPPassword(euro.get(), encoded.out()));
-    ASSERT_EQ(2, CFDataGetLength(encoded.get()));
-    EXPECT_EQ(0x20, CFDataGetBytePtr(encoded.get())[0]);
-    EXPECT_EQ(0xAC, CFDataGetBytePtr(encoded.get())[1]);
 
     ASSERT_EQ(noErr, MoreSCFCopyEncodedPPPPassword(CFSTR(""), encoded.out()));
     ASSERT_NE(nullptr, encoded.get());

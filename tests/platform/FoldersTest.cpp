@@ -13,18 +13,6 @@ std::string Name(const HFSUniStr255& name) { return std::string(name.unicode, na
 
 }  // namespace
 
-TEST(Folders, FindsDomainFoldersUnderTheRoot) {
-    TempRoot root;
-    FSRef folder;
-    EXPECT_EQ(fnfErr, FSFindFolder(kLocalDomain, kModemScriptsFolderType, kDontCreateFolder, &folder));
-    root.write("/Library/Modem Scripts/Hayes", "");
-    ASSERT_EQ(noErr, FSFindFolder(kLocalDomain, kModemScriptsFolderType, kDontCreateFolder, &folder));
-    EXPECT_EQ((root.path() / "Library/Modem Scripts").string(), folder.path);
-    EXPECT_EQ(fnfErr, FSFindFolder(kSystemDomain, kModemScriptsFolderType, kDontCreateFolder, &folder));
-    ASSERT_EQ(noErr, FSFindFolder(kNetworkDomain, kModemScriptsFolderType, kCreateFolder, &folder));
-    EXPECT_EQ((root.path() / "Network/Library/Modem Scripts").string(), folder.path);
-}
-
 TEST(Folders, ListsInBatchesWithTheEndOnTheLastBatch) {
     TempRoot root;
     for (int i = 0; i < 7; i++) root.write("/Library/Modem Scripts/s" + std::to_string(i), "");

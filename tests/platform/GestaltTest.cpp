@@ -2,17 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "support/TempRoot.h"
+#include "support/SystemVersion.h"
 
 namespace {
 
 const char* const kVersionFile = "/System/Library/CoreServices/SystemVersion.plist";
-
-std::string VersionPlist(const std::string& productVersion) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>\n"
-           "\t<key>ProductVersion</key>\n\t<string>" +
-           productVersion + "</string>\n</dict>\n</plist>\n";
-}
 
 }  // namespace
 
@@ -22,7 +16,7 @@ TEST(Gestalt, SystemVersionIsBinaryCodedWithCappedDigits) {
         {"10.4.11", 0x1049}, {"10.2", 0x1020}, {"10.1.5", 0x1015}, {"10.15.7", 0x1097}, {"11.2.3", 0x1123},
     };
     for (const auto& [text, expected] : cases) {
-        root.write(kVersionFile, VersionPlist(text));
+        InstallSystemVersion(root, text);
         SInt32 version = 0;
         EXPECT_EQ(noErr, Gestalt(gestaltSystemVersion, &version)) << text;
         EXPECT_EQ(expected, version) << text;
@@ -35,10 +29,10 @@ TEST(Gestalt, FailsWithoutAReadableVersion) {
     EXPECT_EQ(gestaltUndefSelectorErr, Gestalt(gestaltSystemVersion, &version));
     root.write(kVersionFile, "not a property list");
     EXPECT_EQ(gestaltUndefSelectorErr, Gestalt(gestaltSystemVersion, &version));
-    root.write(kVersionFile, VersionPlist("unknown"));
+    InstallSystemVersion(root, "unknown");
     EXPECT_EQ(gestaltUndefSelectorErr, Gestalt(gestaltSystemVersion, &version));
     EXPECT_EQ(7, version);
 
-    root.write(kVersionFile, VersionPlist("10.3"));
+    InstallSystemVersion(root, "10.3");
     EXPECT_EQ(gestaltUndefSelectorErr, Gestalt(0x71756b61 /* an unknown selector */, &version));
 }
