@@ -105,7 +105,10 @@ void AppendElementDescription(std::string& out, const void* value, DescriptionFu
 CFStringRef __CFRuntimeBase::copyDescription() const {
     char address[32];
     std::snprintf(address, sizeof address, " %p>", static_cast<const void*>(this));
-    return cfrt::MakeString("<" + TypeName(typeID_) + address);
+    std::string text = "<";
+    text += TypeName(typeID_);
+    text += address;
+    return cfrt::MakeString(text);
 }
 
 CFTypeID _CFRuntimeRegisterClass(const char* className) {
