@@ -24,7 +24,10 @@ void Fail(const char* message) {
 }
 
 const __CFString& Checked(CFStringRef ref, const char* caller) {
-    if (ref == nil || ref->typeID_ != CFStringGetTypeID()) {
+    // Look at the type through the common base first: the object behind a
+    // wrongly typed reference is not a string and must not be used as one.
+    const auto* base = static_cast<const __CFRuntimeBase*>(static_cast<const void*>(ref));
+    if (base == nil || base->typeID_ != CFStringGetTypeID()) {
         std::fprintf(stderr, "CoreFoundation: %s: argument is not a string\n", caller);
         std::fflush(stderr);
         std::abort();
