@@ -1,0 +1,79 @@
+// The command line: which arguments run which commands, the usage text, and
+// that bad usage leaves the store alone.
+#include <gtest/gtest.h>
+
+#include "tool/ToolHarness.h"
+
+namespace {
+
+const char* const kUsage =
+    "Tarnwick 1.0 - Utility for PAC on SystemConfiguration.\n\n"
+    "Usage : Tarnwick [ -defpu ] [ url ]\n\n"
+    "   The options are as follows:\n\n"
+    "   -d   disable PAC, and enable HTTP Proxy.\n"
+    "   -e   enable PAC, and disable HTTP Proxy.\n"
+    "   -p   print PAC settings.\n"
+    "   -f   force PAC URL with url specified in arguments,\n"
+    "        enable PAC, and enable HTTP Proxy.\n"
+    "   -u   update PAC URL with url specified in arguments,\n"
+    "        enable PAC, and enable HTTP Proxy.\n"
+    "        If the different file url already exists,\n"
+    "        dont replace it.\n";
+
+// One service with the HTTP proxy on and PAC off: every option but -p
+// would change it.
+Node ProxyOnStore() {
+    return MakeStore({{"A", Dict({{"HTTPEnable", Int(1)},
+                                  {"HTTPProxy", Str("proxy.example.com")},
+                                  {"ProxyAutoConfigEnable", Int(0)},
+                                  {"ProxyAutoConfigURLString", Str("http://wpad.example.com/proxy.pac")}})}});
+}
+
+TEST(CommandLineTest, BadUsagePrintsUsageOnlyAndChangesNothing) {
+    const std::vector<std::vector<std::string>> cases = {
+        {},     {"-x"}, {"-pp"}, {"-D"},  {"--p"},       {"-"},       {"p"},
+        {"-f"}, {"-u"}, {"-fx", "http://a/b.pac"},       {"-f", "http://a/b.pac", "extra"},
+        {"-u", "http://a/b.pac", "extra"},
+    };
+    for (const auto& args : cases) {
+        SCOPED_TRACE(args.empty() ? "(no arguments)" : args[0] + " with " + std::to_string(args.size()) + " args");
+        TempRoot root;
+        auto store = root.writeStore(ProxyOnStore().File());
+        FileStamp before = FileStamp::Take(store);
+
+        ToolRun run = RunTool(root, args);
+        EXPECT_TRUE(run.exitedWithZero);
+        EXPECT_EQ(run.err, kUsage);
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(FileStamp::Read(store) == before);
+    }
+}
+
+TEST(CommandLineTest, ExtraArgumentsAfterPrintAreIgnored) {
+    TempRoot root;
+    root.writeStore(ProxyOnStore().File());
+    ToolRun run = RunTool(root, {"-p", "extra", "-d"});
+    EXPECT_TRUE(run.exitedWithZero);
+    EXPECT_EQ(run.out, "PACEnable : 0 - A\nPACURL : http://wpad.example.com/proxy.pac - A\n");
+    EXPECT_EQ(run.err, "");
+}
+
+// A URL outside ASCII cannot be stored: the proxy step has already run and
+// saved, then the usage text is shown and PAC is left as it was.
+TEST(CommandLineTest, NonASCIIURLStopsAfterTheProxyStep) {
+    for (const char* option : {"-f", "-u"}) {
+        SCOPED_TRACE(option);
+        TempRoot root;
+        Node store = ProxyOnStore();
+        auto file = root.writeStore(store.File());
+
+        ToolRun run = RunTool(root, {option, "http://ex\xc3\xa4mple.com/proxy.pac"});
+        EXPECT_TRUE(run.exitedWithZero);
+        EXPECT_EQ(run.out, "OK - Disable Http Proxy - A.\n");
+        EXPECT_EQ(run.err, kUsage);
+        ProxiesOf(store, "A")["HTTPEnable"] = Int(0);
+        EXPECT_EQ(TempRoot::ReadFile(file), store.File());
+    }
+}
+
+}  // namespace

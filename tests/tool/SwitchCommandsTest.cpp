@@ -1,0 +1,135 @@
+// -d and -e: the HTTP proxy step over all services, then the PAC step over
+// all services; a flag changes only where its setting is configured, and
+// the store is written back exactly as macOS writes it, or not at all.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tool/ToolHarness.h"
+
+namespace {
+
+Node SwitchStore() {
+    return MakeStore({
+        // Both configured, both to be switched.
+        {"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("proxy.example.com")},
+                    {"ProxyAutoConfigEnable", Int(1)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+        // Flags without settings, or with empty settings: left alone.
+        {"B", Dict({{"HTTPEnable", Int(1)}, {"ProxyAutoConfigEnable", Int(1)}, {"ProxyAutoConfigURLString", Str("")}})},
+        {"C", Dict({{"HTTPProxy", Str("")}})},
+        // Already as -d wants them.
+        {"D", Dict({{"HTTPEnable", Int(1)}, {"HTTPProxy", Str("proxy.example.com")},
+                    {"ProxyAutoConfigEnable", Int(0)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+        // Values that are not exactly 0 or 1 are rewritten.
+        {"E", Dict({{"HTTPEnable", Int(2)}, {"HTTPProxy", Str("proxy.example.com")},
+                    {"ProxyAutoConfigEnable", Real("0.5")}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+        // A setting without its flag: the flag is added.
+        {"H", Dict({{"HTTPProxy", Str("proxy.example.com")}})},
+        {"F", Dict({{"HTTPProxy", Str("proxy.example.com")}, {"ProxyAutoConfigEnable", Int(0)},
+                    {"ProxyAutoConfigURLString", Str("http://w/p.pac")}}), true},
+        {"G", NoProxies()},
+    });
+}
+
+TEST(SwitchCommandsTest, DisablePACSwitchesEachServiceThatHasTheSetting) {
+    TempRoot root;
+    Node store = SwitchStore();
+    auto file = root.writeStore(store.File());
+
+    ToolRun run = RunTool(root, {"-d"});
+    EXPECT_TRUE(run.exitedWithZero);
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out,
+              "OK - Enable Http Proxy - A.\n"
+              "- Http Proxy does not exist - B.\n"
+              "- Http Proxy is not available - C.\n"
+              "- Http Proxy is already enabled - D.\n"
+              "OK - Enable Http Proxy - E.\n"
+              "OK - Enable Http Proxy - H.\n"
+              "OK - Disable PAC - A.\n"
+              "- PAC URL is not available - B.\n"
+              "- PAC URL does not exist - C.\n"
+              "- PAC Enable is already disabled - D.\n"
+              "OK - Disable PAC - E.\n"
+              "- PAC URL does not exist - H.\n");
+    ProxiesOf(store, "A")["HTTPEnable"] = Int(1);
+    ProxiesOf(store, "A")["ProxyAutoConfigEnable"] = Int(0);
+    ProxiesOf(store, "E")["HTTPEnable"] = Int(1);
+    ProxiesOf(store, "E")["ProxyAutoConfigEnable"] = Int(0);
+    ProxiesOf(store, "H")["HTTPEnable"] = Int(1);
+    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
+}
+
+TEST(SwitchCommandsTest, NothingToSwitchLeavesTheFileUntouched) {
+    TempRoot root;
+    auto file = root.writeStore(MakeStore({{"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("h")},
+                                                      {"ProxyAutoConfigEnable", Int(1)},
+                                                      {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+                                           {"B", Dict()}})
+                                    .File());
+    FileStamp before = FileStamp::Take(file);
+    ToolRun run = RunTool(root, {"-e"});
+    EXPECT_TRUE(run.exitedWithZero);
+    EXPECT_EQ(run.out,
+              "- Http Proxy is already disabled - A.\n- Http Proxy does not exist - B.\n"
+              "- PAC Enable is already enabled - A.\n- PAC URL does not exist - B.\n");
+    EXPECT_TRUE(FileStamp::Read(file) == before);
+}
+
+std::string ReplaceOnce(std::string text, const std::string& from, const std::string& to) {
+    size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at != std::string::npos) text.replace(at, from.size(), to);
+    return text;
+}
+
+// Stores saved by real Macs: the saved file differs from the original only
+// in the switched values.
+TEST(SwitchCommandsTest, RealXMLStoresKeepTheirFormat) {
+    {
+        TempRoot root;
+        std::string original = TempRoot::ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / "imac-ethernet-pac.plist");
+        auto file = root.installStore("imac-ethernet-pac.plist");
+        ToolRun run = RunTool(root, {"-d"});
+        EXPECT_TRUE(run.exitedWithZero);
+        EXPECT_EQ(run.out,
+                  "- Http Proxy does not exist - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n"
+                  "- Http Proxy does not exist - E85BB583-ECDD-469D-BED0-8E051CC976B5.\n"
+                  "OK - Disable PAC - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n"
+                  "- PAC URL does not exist - E85BB583-ECDD-469D-BED0-8E051CC976B5.\n");
+        EXPECT_EQ(TempRoot::ReadFile(file),
+                  ReplaceOnce(original, "<key>ProxyAutoConfigEnable</key>\n\t\t\t\t<integer>1</integer>",
+                              "<key>ProxyAutoConfigEnable</key>\n\t\t\t\t<integer>0</integer>"));
+    }
+    {
+        TempRoot root;
+        std::string original =
+            TempRoot::ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / "macbook-air-http-proxy-ppp.plist");
+        auto file = root.installStore("macbook-air-http-proxy-ppp.plist");
+        ToolRun run = RunTool(root, {"-e"});
+        EXPECT_TRUE(run.exitedWithZero);
+        EXPECT_NE(run.out.find("OK - Disable Http Proxy - 622D9F75-98F0-4AF1-8FFC-C5A27462B0B6.\n"), std::string::npos);
+        EXPECT_EQ(TempRoot::ReadFile(file),
+                  ReplaceOnce(original, "<key>HTTPEnable</key>\n\t\t\t\t<integer>1</integer>",
+                              "<key>HTTPEnable</key>\n\t\t\t\t<integer>0</integer>"));
+    }
+}
+
+TEST(SwitchCommandsTest, BinaryStoreStaysBinary) {
+    TempRoot root;
+    auto file = root.installStore("ios-binary.plist");
+    ToolRun run = RunTool(root, {"-f", "http://wpad.example.com/proxy.pac"});
+    EXPECT_TRUE(run.exitedWithZero);
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 4);
+    EXPECT_NE(run.out.find("OK - Force PAC - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE.\n"), std::string::npos);
+    EXPECT_EQ(TempRoot::ReadFile(file).substr(0, 8), "bplist00");
+
+    run = RunTool(root, {"-p"});
+    EXPECT_EQ(run.out,
+              "PACEnable : 1 - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE\n"
+              "PACURL : http://wpad.example.com/proxy.pac - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE\n"
+              "PACEnable : 1 - DB914B7E-ED15-483C-9FD8-82A614874711\n"
+              "PACURL : http://wpad.example.com/proxy.pac - DB914B7E-ED15-483C-9FD8-82A614874711\n");
+}
+
+}  // namespace
