@@ -49,16 +49,17 @@ OSStatus CopySeIDFromSePath(CFStringRef sePath, CFStringRef* seID) {
     // "/Sets/0" splits into "", "Sets" and "0"; the ID is the third piece,
     // whatever the container, so sets and services share this code.
     OSStatus err = noErr;
-    CFRef<CFArrayRef> sePathComponents(CFStringCreateArrayBySeparatingStrings(nil, sePath, CFSTR("/")));
-    if (!sePathComponents) err = coreFoundationUnknownErr;
+    CFRef<CFArrayRef> components(CFStringCreateArrayBySeparatingStrings(nil, sePath, CFSTR("/")));
+    CFArrayRef sePathComponents = components.get();
+    if (sePathComponents == nil) err = coreFoundationUnknownErr;
     if (err == noErr) {
-        MoreAssertQ(CFArrayGetCount(sePathComponents.get()) == 3);
+        MoreAssertQ(CFArrayGetCount(sePathComponents) == 3);
         // A path too short to hold an ID yields none.
-        if (CFArrayGetCount(sePathComponents.get()) < 3) err = coreFoundationUnknownErr;
+        if (CFArrayGetCount(sePathComponents) < 3) err = coreFoundationUnknownErr;
     }
     if (err == noErr) {
         CFRef<CFStringRef> component = CFRef<CFStringRef>::Retain(
-            static_cast<CFStringRef>(CFArrayGetValueAtIndex(sePathComponents.get(), 2)));
+            static_cast<CFStringRef>(CFArrayGetValueAtIndex(sePathComponents, 2)));
         if (!component) err = coreFoundationUnknownErr;
         else *seID = component.release();
     }

@@ -59,14 +59,16 @@ OSStatus CFQMutableDictionaryGetParentForPath(CFMutableDictionaryRef dict, const
         } else if (child == nil || CFGetTypeID(child) != CFDictionaryGetTypeID()) {
             err = kCFQDataErr;
         } else {
-            CFRef<CFMutableDictionaryRef> mutableChild(
+            CFRef<CFMutableDictionaryRef> childCopy(
                 CFDictionaryCreateMutableCopy(nil, 0, static_cast<CFDictionaryRef>(child)));
-            if (!mutableChild) {
+            CFMutableDictionaryRef mutableChild = childCopy.get();
+            if (mutableChild == nil) {
                 err = coreFoundationUnknownErr;
             } else {
-                CFDictionarySetValue(current, path[i], mutableChild.get());
-                MoreAssertQ(CFGetRetainCount(mutableChild.get()) >= 2);
-                current = mutableChild.get();
+                // The parent must hold the copy before our reference goes.
+                CFDictionarySetValue(current, path[i], mutableChild);
+                MoreAssertQ(CFGetRetainCount(mutableChild) >= 2);
+                current = mutableChild;
             }
         }
     }
