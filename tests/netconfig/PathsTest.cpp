@@ -13,56 +13,21 @@ namespace {
 // under the local ID "L1"; "5" is an entry that is not a link; service 12
 // exists but no set links to it.
 const char kStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0">
-<dict>
-	<key>CurrentSet</key>
-	<string>/Sets/0</string>
-	<key>NetworkServices</key>
-	<dict>
-		<key>3</key>
-		<dict>
-			<key>UserDefinedName</key>
-			<string>Ethernet</string>
-			<key>Proxies</key>
-			<dict/>
-		</dict>
-		<key>12</key>
-		<dict>
-			<key>UserDefinedName</key>
-			<string>Orphan</string>
-		</dict>
-	</dict>
-	<key>Sets</key>
-	<dict>
-		<key>0</key>
-		<dict>
-			<key>Network</key>
-			<dict>
-				<key>Global</key>
-				<dict/>
-				<key>Service</key>
-				<dict>
-					<key>3</key>
-					<dict>
-						<key>__LINK__</key>
-						<string>/NetworkServices/3</string>
-					</dict>
-					<key>L1</key>
-					<dict>
-						<key>__LINK__</key>
-						<string>/NetworkServices/3</string>
-					</dict>
-					<key>5</key>
-					<dict>
-						<key>UserDefinedName</key>
-						<string>not a link</string>
-					</dict>
-				</dict>
-			</dict>
-		</dict>
-	</dict>
+<plist version="1.0"><dict>
+<key>CurrentSet</key><string>/Sets/0</string>
+<key>NetworkServices</key><dict>
+  <key>3</key><dict><key>UserDefinedName</key><string>Ethernet</string><key>Proxies</key><dict/></dict>
+  <key>12</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>
 </dict>
-</plist>
+<key>Sets</key><dict><key>0</key><dict><key>Network</key><dict>
+  <key>Global</key><dict/>
+  <key>Service</key><dict>
+    <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
+    <key>L1</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
+    <key>5</key><dict><key>UserDefinedName</key><string>not a link</string></dict>
+  </dict>
+</dict></dict></dict>
+</dict></plist>
 )";
 
 std::string Text(CFStringRef string) {
@@ -88,16 +53,6 @@ protected:
     TempRoot root_;
     bool open_ = false;
 };
-
-TEST(PathStrings, SetAndServicePathsNeedNoSession) {
-    testing::internal::CaptureStderr();
-    CFRef<CFStringRef> path;
-    EXPECT_EQ(CreateSetPathWithSetID(CFSTR("0"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/0");
-    EXPECT_EQ(CreateServicePathWithServiceID(CFSTR("3"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/NetworkServices/3");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
 
 TEST(PathStrings, IDIsTheThirdComponentOfAPath) {
     struct Case {
@@ -176,15 +131,6 @@ TEST_F(Paths, ServicesAreReachedThroughTheSetsLinks) {
     EXPECT_EQ(CopyEntityPath(CFSTR("9"), CFSTR("3"), CFSTR("Proxies"), path.out()), kSCStatusNoKey);
     EXPECT_EQ(path.get(), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST(PathStrings, StoreBuildersOutsideASessionAreReported) {
-    testing::internal::CaptureStderr();
-    CFRef<CFStringRef> path;
-    EXPECT_EQ(CopySetPath(CFSTR("7"), path.out()), noErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "MoreAssertQ failure: gPrefsOpenCount > 0 && gPrefsRef != nil\n");
-    EXPECT_EQ(Text(path.get()), "/Sets/7");
 }
 
 }  // namespace
