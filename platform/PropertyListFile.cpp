@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/BinaryPropertyList.h"
 #include "platform/CFRef.h"
 
 namespace {
@@ -284,24 +285,20 @@ CFMutableDictionaryRef PropertyListCreateFromFileBytes(const std::string& bytes,
 
 bool PropertyListEncodeFileBytes(CFPropertyListRef root, PropertyListFormat format, std::string* bytes,
                                  std::string* fault) {
+    // libplist's binary writer slows down quadratically past a few thousand
+    // objects; the binary format is written by our own linear encoder.
+    if (format == PropertyListFormat::Binary) return BinaryPropertyListEncode(root, bytes, fault);
+
     PlistHolder node(CreateNodeFromValue(root, fault));
     if (!node) return false;
     char* encoded = nullptr;
     uint32_t length = 0;
-    if (format == PropertyListFormat::Binary) {
-        plist_to_bin(node.get(), &encoded, &length);
-    } else {
-        plist_to_xml(node.get(), &encoded, &length);
-    }
+    plist_to_xml(node.get(), &encoded, &length);
     if (encoded == nullptr) {
         *fault = "the property list could not be encoded";
         return false;
     }
     bytes->assign(encoded, length);
-    if (format == PropertyListFormat::Binary) {
-        plist_to_bin_free(encoded);
-    } else {
-        plist_to_xml_free(encoded);
-    }
+    plist_to_xml_free(encoded);
     return true;
 }

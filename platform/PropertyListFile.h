@@ -4,7 +4,7 @@
 // XML is written exactly as macOS writes it (its header, tab indentation,
 // "<dict/>" for an empty dictionary, dictionary keys in sorted order), so an
 // unchanged file read and written again keeps its bytes. Binary files
-// ("bplist00") are read and written as binary.
+// ("bplist00") are read and written as binary (see BinaryPropertyList.h).
 #pragma once
 
 #include <string>

@@ -234,11 +234,13 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     std::string fault;
     int error = 0;
     int status = kSCStatusOK;
-    if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &bytes, &fault)) {
-        status = kSCStatusFailed;
-    } else if (!WriteFileAtomically(applied, bytes, &fault, &error)) {
+    // An XML store file already holds the committed state in the form wanted.
+    if (prefs->savedExists && prefs->format == PropertyListFormat::XML) {
+        bytes = prefs->savedBytes;
+    } else if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &bytes, &fault)) {
         status = kSCStatusFailed;
     }
+    if (status == kSCStatusOK && !WriteFileAtomically(applied, bytes, &fault, &error)) status = kSCStatusFailed;
     if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
     return Finish(status);
 }

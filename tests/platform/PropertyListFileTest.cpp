@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "platform/CFRef.h"
 #include "platform/PropertyListFile.h"
@@ -108,6 +109,37 @@ TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
         CFArrayAppendValue(static_cast<CFMutableArrayRef>(const_cast<void*>(list)), CFSTR("more"));
         EXPECT_EQ(CFArrayGetCount(static_cast<CFArrayRef>(list)), 3);
     }
+}
+
+TEST(PropertyListFile, LargeBinaryTreesReadBackEqual) {
+    // Past 255 and 65,535 objects the references widen; counts of 15 and
+    // more, and long strings and data, take an extended length.
+    auto tree = NewDict();
+    CFRef<CFMutableArrayRef> many(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+    for (int i = 0; i < 70000; ++i) {
+        CFRef<CFStringRef> text(CFStringCreateWithFormat(kCFAllocatorDefault, nil, CFSTR("item %d"), i));
+        CFArrayAppendValue(many.get(), text.get());
+        if (i % 1000 == 0) CFArrayAppendValue(many.get(), CFSTR("repeated"));
+    }
+    CFDictionarySetValue(tree.get(), CFSTR("many"), many.get());
+    auto wide = NewDict();
+    for (int i = 0; i < 300; ++i) {
+        CFRef<CFStringRef> key(CFStringCreateWithFormat(kCFAllocatorDefault, nil, CFSTR("k\xC3\xA9y %d"), i));
+        SInt64 value = static_cast<SInt64>(i) * 1000003 - 150000000;
+        CFRef<CFNumberRef> number(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value));
+        CFDictionarySetValue(wide.get(), key.get(), number.get());
+    }
+    CFDictionarySetValue(tree.get(), CFSTR("a longer key than fifteen characters"), wide.get());
+    std::vector<UInt8> blob(70000, 0xA5);
+    CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault, blob.data(), static_cast<CFIndex>(blob.size())));
+    CFDictionarySetValue(tree.get(), CFSTR("blob"), data.get());
+
+    PropertyListFormat format = PropertyListFormat::XML;
+    std::string fault;
+    auto back = Decode(Encode(tree.get(), PropertyListFormat::Binary), &format, &fault);
+    ASSERT_TRUE(back) << fault;
+    EXPECT_EQ(format, PropertyListFormat::Binary);
+    EXPECT_TRUE(CFEqual(tree.get(), back.get()));
 }
 
 TEST(PropertyListFile, BrokenFilesAreRefusedWithAReason) {

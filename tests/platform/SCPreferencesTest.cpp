@@ -70,6 +70,11 @@ TEST_F(SCPreferencesTest, BinaryStoreIsSavedAsBinary) {
     ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/Extra/Entity"), Entity(CFSTR("k"), CFSTR("v")).get()));
     ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
     EXPECT_EQ(TempRoot::ReadFile(file).rfind("bplist00", 0), 0u);
+    // The running system is handed XML whatever the store's format.
+    ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
+    std::string applied = TempRoot::ReadFile(root.path() / "var/run/SystemConfiguration/preferences.plist");
+    EXPECT_EQ(applied.rfind("<?xml", 0), 0u);
+    EXPECT_NE(applied.find("<key>Extra</key>"), std::string::npos);
     Prefs again = Open();
     ASSERT_TRUE(again);
     EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(again.get(), CFSTR("/")), SCPreferencesPathGetValue(prefs.get(), CFSTR("/"))));
