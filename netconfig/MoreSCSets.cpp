@@ -1,0 +1,199 @@
+#include "netconfig/MoreSCSets.h"
+
+#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSessionState.h"
+#include "platform/CFRef.h"
+#include "platform/MoreAssert.h"
+#include "platform/SCPreferences.h"
+#include "platform/SCSchemaDefinitions.h"
+#include "plist/MoreCFQ.h"
+
+// Sets live under the root key "Sets" (set ID -> set dictionary); the root
+// key "CurrentSet" holds the current set's path, such as /Sets/0, not its
+// ID. Reads see the session's copy of the store, writes made earlier in the
+// same session included; writes reach the disk at the outermost close.
+//
+// A root value of the wrong type (a "CurrentSet" that is no string, a
+// "Sets" that is no dictionary) is reported and then treated as absent, as
+// the store itself treats a path that ends at something other than a
+// dictionary: going on with it would hand a string operation a number.
+
+OSStatus MoreSCCopyCurrentSet(CFStringRef* setID) {
+    MoreAssertQ(setID != nil);
+    MoreAssertQ(*setID == nil);
+
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) {
+        CFStringRef setPath =
+            static_cast<CFStringRef>(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefCurrentSet));
+        err = MoreSCError(setPath);
+        MoreAssertQ((err != noErr) || (CFGetTypeID(setPath) == CFStringGetTypeID()));
+        if (err == noErr && CFGetTypeID(setPath) != CFStringGetTypeID()) err = kSCStatusNoKey;
+
+        // "/Sets/0" -> "0".
+        if (err == noErr) err = CopySeIDFromSePath(setPath, setID);
+    }
+    MoreSCClose(&err, false);
+
+    if (err != noErr) {
+        CFQRelease(*setID);
+        *setID = nil;
+    }
+    return err;
+}
+
+OSStatus MoreSCSetCurrentSet(CFStringRef setID) {
+    MoreAssertQ(setID != nil);
+
+    // The set's existence is not checked: any ID is stored as /Sets/<ID>.
+    CFRef<CFStringRef> setPath;
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) err = CreateSetPathWithSetID(setID, setPath.out());
+    if (err == noErr) {
+        err = MoreSCErrorBoolean(SCPreferencesSetValue(MoreSCGetSCPreferencesRef(), kSCPrefCurrentSet, setPath.get()));
+    }
+    MoreSCClose(&err, true);
+    return err;
+}
+
+OSStatus MoreSCCopySetsDict(CFDictionaryRef* setsDict) {
+    MoreAssertQ(setsDict != nil);
+    MoreAssertQ(*setsDict == nil);
+
+    // The store's own dictionary, shared: callers must not change it.
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) {
+        *setsDict = static_cast<CFDictionaryRef>(
+            CFQRetain(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefSets)));
+        err = MoreSCError(*setsDict);
+        MoreAssertQ((err != noErr) || (CFGetTypeID(*setsDict) == CFDictionaryGetTypeID()));
+        if (err == noErr && CFGetTypeID(*setsDict) != CFDictionaryGetTypeID()) err = kSCStatusNoKey;
+    }
+    MoreSCClose(&err, false);
+
+    if (err != noErr) {
+        CFQRelease(*setsDict);
+        *setsDict = nil;
+    }
+    MoreAssertQ((err == noErr) == (*setsDict != nil));
+    return err;
+}
+
+OSStatus MoreSCSetSetsDict(CFDictionaryRef setsDict) {
+    MoreAssertQ(setsDict != nil);
+
+    // Replaces every set at once.
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) {
+        err = MoreSCErrorBoolean(SCPreferencesSetValue(MoreSCGetSCPreferencesRef(), kSCPrefSets, setsDict));
+    }
+    MoreSCClose(&err, true);
+    return err;
+}
+
+OSStatus MoreSCCopySetIDs(CFArrayRef* setIDs, CFIndex* indexOfCurrentSet) {
+    MoreAssertQ(setIDs != nil);
+    MoreAssertQ(*setIDs == nil);
+
+    CFRef<CFDictionaryRef> setsDict;
+    CFRef<CFStringRef> currentSetID;
+    CFIndex foundIndex = kCFNotFound;
+
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) err = MoreSCCopySetsDict(setsDict.out());
+    // The sets dictionary's own order: no sorting, the current set not
+    // moved to the front.
+    if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(setsDict.get(), setIDs);
+    // Only a caller that asks for the index needs a current set.
+    if (err == noErr && indexOfCurrentSet != nil) {
+        err = MoreSCCopyCurrentSet(currentSetID.out());
+        if (err == noErr) {
+            CFIndex setCount = CFDictionaryGetCount(setsDict.get());
+            for (CFIndex setIndex = 0; setIndex < setCount; setIndex++) {
+                if (CFEqual(CFArrayGetValueAtIndex(*setIDs, setIndex), currentSetID.get())) foundIndex = setIndex;
+            }
+        }
+    }
+    MoreSCClose(&err, false);
+
+    if (err != noErr) {
+        CFQRelease(*setIDs);
+        *setIDs = nil;
+    }
+    // The caller's index is left alone unless the current set was found by
+    // a call that succeeded.
+    if (err == noErr && indexOfCurrentSet != nil && foundIndex != kCFNotFound) *indexOfCurrentSet = foundIndex;
+
+    MoreAssertQ((err == noErr) == (*setIDs != nil));
+    return err;
+}
+
+OSStatus MoreSCCopyUserVisibleNameOfSet(CFStringRef setID, CFStringRef* userVisibleName) {
+    MoreAssertQ(setID != nil);
+    MoreAssertQ(userVisibleName != nil);
+    MoreAssertQ(*userVisibleName == nil);
+
+    CFRef<CFStringRef> setPath;
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) err = CopySetPath(setID, setPath.out());
+    if (err == noErr) {
+        CFDictionaryRef setDict = SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), setPath.get());
+        err = MoreSCError(setDict);
+        MoreAssertQ((err != noErr) || (CFGetTypeID(setDict) == CFDictionaryGetTypeID()));
+
+        // A set that exists but has no name is told apart from a missing
+        // set by the code: -4960 rather than the store's status.
+        if (err == noErr) {
+            *userVisibleName = static_cast<CFStringRef>(
+                CFQRetain(CFDictionaryGetValue(setDict, kSCPropUserDefinedName)));
+            if (*userVisibleName == nil) err = coreFoundationUnknownErr;
+        }
+        MoreAssertQ((err != noErr) || (CFGetTypeID(*userVisibleName) == CFStringGetTypeID()));
+    }
+    MoreSCClose(&err, false);
+
+    if (err != noErr) {
+        CFQRelease(*userVisibleName);
+        *userVisibleName = nil;
+    }
+    MoreAssertQ((err == noErr) == (*userVisibleName != nil));
+    return err;
+}
+
+OSStatus MoreSCRenameSet(CFStringRef setID, CFStringRef newSetUserVisibleName) {
+    MoreAssertQ(setID != nil);
+    MoreAssertQ(newSetUserVisibleName != nil);
+
+    CFRef<CFStringRef> setPath;
+    OSStatus err = MoreSCOpen(false, false);
+    if (err == noErr) err = CopySetPath(setID, setPath.out());
+    // Edits the existing set dictionary; a missing set is not created.
+    if (err == noErr) err = PreferencesPathSetProperty(setPath.get(), kSCPropUserDefinedName, newSetUserVisibleName);
+    MoreSCClose(&err, true);
+    return err;
+}
+
+OSStatus PreferencesPathSetProperty(CFStringRef dictPath, CFStringRef dictKey, CFTypeRef newValue) {
+    MoreAssertQ(dictPath != nil);
+    MoreAssertQ(dictKey != nil);
+    MoreAssertQ(newValue != nil);
+    MoreAssertQ(gPrefsOpenCount > 0 && gPrefsRef != nil);
+
+    // Reads the dictionary, changes one key of a copy, writes the copy back
+    // whole. The node must already exist.
+    CFDictionaryRef dict = SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), dictPath);
+    OSStatus err = MoreSCError(dict);
+    MoreAssertQ((err != noErr) || (CFGetTypeID(dict) == CFDictionaryGetTypeID()));
+
+    CFRef<CFMutableDictionaryRef> newDict;
+    if (err == noErr) {
+        newDict.reset(CFDictionaryCreateMutableCopy(nil, 0, dict));
+        if (!newDict) err = coreFoundationUnknownErr;
+    }
+    if (err == noErr) {
+        CFDictionarySetValue(newDict.get(), dictKey, newValue);
+        err = MoreSCErrorBoolean(SCPreferencesPathSetValue(MoreSCGetSCPreferencesRef(), dictPath, newDict.get()));
+    }
+    return err;
+}
