@@ -148,7 +148,6 @@ TEST_F(SCPreferencesTest, PathsReportMissingInvalidAndNonDictionaryNodes) {
     ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies"), entity.get()));
     EXPECT_EQ(SCError(), kSCStatusOK);
     EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies")), entity.get()));
-    EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(prefs.get(), CFSTR("//NetworkServices/1/Proxies/")), entity.get()));
 
     struct Lookup {
         CFStringRef path;
@@ -177,8 +176,6 @@ TEST_F(SCPreferencesTest, PathsReportMissingInvalidAndNonDictionaryNodes) {
     // replaced by one on the way.
     EXPECT_FALSE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies/HTTPProxy/x"), entity.get()));
     EXPECT_EQ(SCError(), kSCStatusFailed);
-    EXPECT_FALSE(SCPreferencesAddValue(prefs.get(), CFSTR("NetworkServices"), entity.get()));
-    EXPECT_EQ(SCError(), kSCStatusKeyExists);
 
     EXPECT_TRUE(SCPreferencesPathRemoveValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies")));
     EXPECT_EQ(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies")), nullptr);
