@@ -174,12 +174,12 @@ void AppendPadded(std::u16string& out, std::u16string text, const Conversion& c)
 
 // The printf format for one conversion, with width and precision resolved.
 std::string NarrowSpec(const Conversion& c, const char* length) {
-    std::string spec = "%" + c.flags;
-    if (c.width >= 0) spec += std::to_string(c.width);
-    if (c.precision >= 0) spec += "." + std::to_string(c.precision);
-    spec += length;
-    spec += static_cast<char>(c.conv);
-    return spec;
+    std::string printfFormat = "%" + c.flags;
+    if (c.width >= 0) printfFormat += std::to_string(c.width);
+    if (c.precision >= 0) printfFormat += "." + std::to_string(c.precision);
+    printfFormat += length;
+    printfFormat += static_cast<char>(c.conv);
+    return printfFormat;
 }
 
 void Render(std::u16string& out, const Conversion& c, const Arg& v) {
