@@ -1,0 +1,101 @@
+#include "netconfig/MoreSCEntities.h"
+
+#include "netconfig/StoreFixture.h"
+#include "plist/MoreCFQ.h"
+
+namespace {
+
+using Entities = StoreTest;
+
+CFRef<CFMutableDictionaryRef> DictionaryWith(CFStringRef key, SInt32 value) {
+    CFRef<CFMutableDictionaryRef> dict;
+    EXPECT_EQ(CFQDictionaryCreateMutable(dict.out()), noErr);
+    EXPECT_EQ(CFQDictionarySetNumber(dict.get(), key, value), noErr);
+    return dict;
+}
+
+TEST_F(Entities, MissingEntityIsAnErrorAndSetReplacesWhole) {
+    CFRef<CFDictionaryRef> proxies;
+    EXPECT_EQ(MoreSCCopyEntity(nullptr, CFSTR("3"), CFSTR("Proxies"), proxies.out()), kSCStatusNoKey);
+    EXPECT_EQ(proxies.get(), nullptr);
+
+    auto first = DictionaryWith(CFSTR("HTTPEnable"), 1);
+    CFDictionarySetValue(first.get(), CFSTR("HTTPProxy"), CFSTR("proxy"));
+    EXPECT_EQ(MoreSCSetEntity(nullptr, CFSTR("3"), CFSTR("Proxies"), first.get()), noErr);
+    auto second = DictionaryWith(CFSTR("ProxyAutoConfigEnable"), 1);
+    EXPECT_EQ(MoreSCSetEntity(nullptr, CFSTR("3"), CFSTR("Proxies"), second.get()), noErr);
+
+    CFRef<CFDictionaryRef> saved = Saved("/NetworkServices/3/Proxies");
+    ASSERT_TRUE(saved);
+    EXPECT_TRUE(CFEqual(saved.get(), second.get()));  // the first entity's keys are gone
+}
+
+TEST_F(Entities, ActiveFlagChangesOnlyWhenNeeded) {
+    const std::string before = FileText();
+    EXPECT_EQ(MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), true), noErr);
+    EXPECT_EQ(FileText(), before);  // already active: nothing saved
+
+    EXPECT_EQ(MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), false), noErr);
+    Boolean active = true;
+    EXPECT_EQ(MoreSCIsEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), &active), noErr);
+    EXPECT_FALSE(active);
+    CFRef<CFDictionaryRef> saved = Saved("/NetworkServices/1/Proxies");
+    ASSERT_TRUE(saved);
+    SInt32 marker = 0;
+    EXPECT_TRUE(CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(saved.get(), CFSTR("__INACTIVE__"))),
+                                 kCFNumberSInt32Type, &marker));
+    EXPECT_EQ(marker, 1);
+
+    // Absent entity: an error, the caller's answer untouched.
+    active = 7;
+    EXPECT_EQ(MoreSCIsEntityActive(nullptr, CFSTR("1"), CFSTR("DNS"), &active), kSCStatusNoKey);
+    EXPECT_EQ(active, 7);
+}
+
+TEST_F(Entities, NewAndDeleteEntity) {
+    auto dns = DictionaryWith(CFSTR("Order"), 1);
+    EXPECT_EQ(MoreSCNewEntity(nullptr, CFSTR("1"), CFSTR("DNS"), dns.get()), noErr);
+    auto other = DictionaryWith(CFSTR("Order"), 2);
+    EXPECT_EQ(MoreSCNewEntity(nullptr, CFSTR("1"), CFSTR("DNS"), other.get()), paramErr);
+    EXPECT_TRUE(CFEqual(Saved("/NetworkServices/1/DNS").get(), dns.get()));
+
+    EXPECT_EQ(MoreSCDeleteEntity(nullptr, CFSTR("1"), CFSTR("DNS")), noErr);
+    EXPECT_FALSE(Saved("/NetworkServices/1/DNS"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(MoreSCDeleteEntity(nullptr, CFSTR("1"), CFSTR("DNS")), noErr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "MoreAssertQ failure: CFDictionaryGetCount(entitiesDict) == (dictCount - 1)\n");
+}
+
+TEST_F(Entities, ListAndReplaceAllEntitiesKeepingNameAndMarker) {
+    CFRef<CFArrayRef> protocols;
+    CFRef<CFArrayRef> values;
+    EXPECT_EQ(MoreSCCopyEntities(nullptr, CFSTR("1"), protocols.out(), values.out()), noErr);
+    EXPECT_EQ(Texts(protocols.get()), (std::vector<std::string>{"Interface", "Proxies"}));
+    ASSERT_EQ(CFArrayGetCount(values.get()), 2);
+    CFRef<CFDictionaryRef> proxies;
+    EXPECT_EQ(MoreSCCopyEntity(nullptr, CFSTR("1"), CFSTR("Proxies"), proxies.out()), noErr);
+    EXPECT_TRUE(CFEqual(CFArrayGetValueAtIndex(values.get(), 1), proxies.get()));
+
+    auto ipv4 = DictionaryWith(CFSTR("Manual"), 1);
+    const void* newProtocols[] = {CFSTR("IPv4")};
+    const void* newValues[] = {ipv4.get()};
+    CFRef<CFArrayRef> protocolArray(CFArrayCreate(nullptr, newProtocols, 1, &kCFTypeArrayCallBacks));
+    CFRef<CFArrayRef> valueArray(CFArrayCreate(nullptr, newValues, 1, &kCFTypeArrayCallBacks));
+    EXPECT_EQ(MoreSCSetEntities(nullptr, CFSTR("3"), protocolArray.get(), valueArray.get()), noErr);
+    CFRef<CFDictionaryRef> service = Saved("/NetworkServices/3");
+    ASSERT_TRUE(service);
+    EXPECT_EQ(CFDictionaryGetCount(service.get()), 3);  // name, marker, new IPv4
+    EXPECT_TRUE(CFDictionaryContainsKey(service.get(), CFSTR("__INACTIVE__")));
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(service.get(), CFSTR("IPv4")), ipv4.get()));
+}
+
+TEST_F(Entities, NilServiceMeansTheSetsGlobalEntities) {
+    CFRef<CFDictionaryRef> ipv4;
+    EXPECT_EQ(MoreSCCopyEntity(CFSTR("1"), nullptr, CFSTR("IPv4"), ipv4.out()), noErr);
+    ASSERT_TRUE(ipv4);
+    EXPECT_EQ(Texts(static_cast<CFArrayRef>(CFDictionaryGetValue(ipv4.get(), CFSTR("ServiceOrder")))),
+              (std::vector<std::string>{"2", "4"}));
+}
+
+}  // namespace

@@ -1,0 +1,85 @@
+// A small store with two sets sharing a service, for the set, service,
+// entity and deletion tests, and ways to look at what was saved.
+//
+// Set "0" (current, "Automatic") orders services 3, 1, 2; set "1" (no name)
+// orders 2, 4. Service 3 is inactive (its marker holds 0, which still
+// counts), service 2 has an Interface entity without "DeviceName", and
+// service 5 is linked from no set.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/CFRef.h"
+#include "platform/SCPreferences.h"
+#include "support/TempRoot.h"
+
+inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict>
+<key>CurrentSet</key><string>/Sets/0</string>
+<key>NetworkServices</key><dict>
+  <key>1</key><dict><key>UserDefinedName</key><string>Ethernet</string>
+    <key>Interface</key><dict><key>DeviceName</key><string>en0</string></dict>
+    <key>Proxies</key><dict><key>HTTPEnable</key><integer>1</integer><key>HTTPProxy</key><string>proxy</string></dict>
+  </dict>
+  <key>2</key><dict><key>UserDefinedName</key><string>Wi-Fi</string><key>Interface</key><dict/></dict>
+  <key>3</key><dict><key>UserDefinedName</key><string>Bridge</string><key>__INACTIVE__</key><integer>0</integer>
+    <key>IPv4</key><dict><key>ConfigMethod</key><string>DHCP</string></dict></dict>
+  <key>4</key><dict><key>UserDefinedName</key><string>Modem</string></dict>
+  <key>5</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>
+</dict>
+<key>Sets</key><dict>
+  <key>0</key><dict><key>UserDefinedName</key><string>Automatic</string><key>Network</key><dict>
+    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
+      <array><string>3</string><string>1</string><string>2</string></array></dict></dict>
+    <key>Service</key><dict>
+      <key>1</key><dict><key>__LINK__</key><string>/NetworkServices/1</string></dict>
+      <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
+      <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
+    </dict></dict></dict>
+  <key>1</key><dict><key>Network</key><dict>
+    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
+      <array><string>2</string><string>4</string></array></dict></dict>
+    <key>Service</key><dict>
+      <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
+      <key>4</key><dict><key>__LINK__</key><string>/NetworkServices/4</string></dict>
+    </dict></dict></dict>
+</dict>
+</dict></plist>
+)";
+
+inline std::string Text(CFTypeRef string) {
+    char buffer[256];
+    if (string == nullptr) return "(nil)";
+    if (CFGetTypeID(string) != CFStringGetTypeID()) return "(not a string)";
+    return CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8)
+               ? buffer
+               : "(unreadable)";
+}
+
+inline std::vector<std::string> Texts(CFArrayRef array) {
+    std::vector<std::string> texts;
+    for (CFIndex i = 0; array != nullptr && i < CFArrayGetCount(array); i++) {
+        texts.push_back(Text(CFArrayGetValueAtIndex(array, i)));
+    }
+    return texts;
+}
+
+class StoreTest : public testing::Test {
+protected:
+    void SetUp() override { root_.writeStore(kTwoSetStore); }
+
+    std::string FileText() const { return TempRoot::ReadFile(root_.storePath()); }
+
+    // The dictionary at path in the store as saved on disk, or nil.
+    CFRef<CFDictionaryRef> Saved(const char* path) const {
+        CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(nullptr, CFSTR("test"), nullptr));
+        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path, kCFStringEncodingUTF8));
+        if (!prefs) return CFRef<CFDictionaryRef>();
+        return CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), cfPath.get()));
+    }
+
+    TempRoot root_;
+};
