@@ -27,18 +27,15 @@ OSStatus MoreSCCopyEntity(CFStringRef setID, CFStringRef serviceID, CFStringRef 
     CFRef<CFStringRef> entityPath;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) err = CopyEntityPath(setID, serviceID, protocol, entityPath.out());
+    CFRef<CFDictionaryRef> found;
     if (err == noErr) {
-        *entity = static_cast<CFDictionaryRef>(
-            CFQRetain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), entityPath.get())));
-        err = MoreSCError(*entity);
-        MoreAssertQ((err != noErr) || (CFGetTypeID(*entity) == CFDictionaryGetTypeID()));
+        found = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), entityPath.get()));
+        err = MoreSCError(found.get());
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*entity);
-        *entity = nil;
-    }
+    if (err == noErr) *entity = found.release();
+    MoreAssertQ((err != noErr) || (CFGetTypeID(*entity) == CFDictionaryGetTypeID()));
     MoreAssertQ((err == noErr) == (*entity != nil));
     return err;
 }
@@ -113,18 +110,15 @@ OSStatus MoreSCCopyEntitiesDict(CFStringRef setID, CFStringRef serviceID, CFDict
     CFRef<CFStringRef> servicePath;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
+    CFRef<CFDictionaryRef> found;
     if (err == noErr) {
-        *entitiesDict = static_cast<CFDictionaryRef>(
-            CFQRetain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), servicePath.get())));
-        err = MoreSCError(*entitiesDict);
-        MoreAssertQ((err != noErr) || (CFGetTypeID(*entitiesDict) == CFDictionaryGetTypeID()));
+        found = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), servicePath.get()));
+        err = MoreSCError(found.get());
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*entitiesDict);
-        *entitiesDict = nil;
-    }
+    if (err == noErr) *entitiesDict = found.release();
+    MoreAssertQ((err != noErr) || (CFGetTypeID(*entitiesDict) == CFDictionaryGetTypeID()));
     MoreAssertQ((err == noErr) == (*entitiesDict != nil));
     return err;
 }

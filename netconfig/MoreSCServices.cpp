@@ -37,15 +37,16 @@ OSStatus MoreSCCopyServicesDict(CFStringRef setID, CFDictionaryRef* servicesDict
     MoreAssertQ((servicesDict == nil) || (*servicesDict == nil));
     MoreAssertQ((serviceOrder == nil) || (*serviceOrder == nil));
 
+    CFRef<CFDictionaryRef> services;
+    CFRef<CFArrayRef> order;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr && servicesDict != nil) {
         CFRef<CFStringRef> servicesPath;
         err = CopySetServicesPath(setID, servicesPath.out());
         if (err == noErr) {
-            *servicesDict = static_cast<CFDictionaryRef>(
-                CFQRetain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), servicesPath.get())));
-            err = MoreSCError(*servicesDict);
-            MoreAssertQ((err != noErr) || (CFGetTypeID(*servicesDict) == CFDictionaryGetTypeID()));
+            services = CFRef<CFDictionaryRef>::Retain(
+                SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), servicesPath.get()));
+            err = MoreSCError(services.get());
         }
     }
     if (err == noErr && serviceOrder != nil) {
@@ -57,27 +58,20 @@ OSStatus MoreSCCopyServicesDict(CFStringRef setID, CFDictionaryRef* servicesDict
             err = MoreSCError(ipv4GlobalEntityDict);
             MoreAssertQ((err != noErr) || (CFGetTypeID(ipv4GlobalEntityDict) == CFDictionaryGetTypeID()));
             if (err == noErr) {
-                *serviceOrder = static_cast<CFArrayRef>(
-                    CFQRetain(CFDictionaryGetValue(ipv4GlobalEntityDict, kSCPropNetServiceOrder)));
+                order = CFRef<CFArrayRef>::Retain(
+                    static_cast<CFArrayRef>(CFDictionaryGetValue(ipv4GlobalEntityDict, kSCPropNetServiceOrder)));
                 // An order that is not an array is as good as none: every
                 // reader of it takes it for one.
-                if (*serviceOrder == nil || CFGetTypeID(*serviceOrder) != CFArrayGetTypeID()) {
-                    err = coreFoundationUnknownErr;
-                }
+                if (!order || CFGetTypeID(order.get()) != CFArrayGetTypeID()) err = coreFoundationUnknownErr;
             }
         }
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        if (servicesDict != nil) {
-            CFQRelease(*servicesDict);
-            *servicesDict = nil;
-        }
-        if (serviceOrder != nil) {
-            CFQRelease(*serviceOrder);
-            *serviceOrder = nil;
-        }
+    if (err == noErr && servicesDict != nil) *servicesDict = services.release();
+    if (err == noErr && serviceOrder != nil) *serviceOrder = order.release();
+    if (servicesDict != nil) {
+        MoreAssertQ((err != noErr) || (CFGetTypeID(*servicesDict) == CFDictionaryGetTypeID()));
     }
     MoreAssertQ((servicesDict == nil) || ((err == noErr) == (*servicesDict != nil)));
     MoreAssertQ((serviceOrder == nil) || ((err == noErr) == (*serviceOrder != nil)));
@@ -99,25 +93,19 @@ OSStatus MoreSCCopyServicesDictMutable(CFStringRef setID, CFMutableDictionaryRef
     CFRef<CFDictionaryRef> immutableDict;
     CFRef<CFArrayRef> immutableOrder;
     OSStatus err = MoreSCCopyServicesDict(setID, immutableDict.out(), immutableOrder.out());
+    CFRef<CFMutableDictionaryRef> mutableDict;
+    CFRef<CFMutableArrayRef> mutableOrder;
     if (err == noErr && servicesDict != nil) {
-        *servicesDict = CFDictionaryCreateMutableCopy(nil, 0, immutableDict.get());
-        if (*servicesDict == nil) err = coreFoundationUnknownErr;
+        mutableDict.reset(CFDictionaryCreateMutableCopy(nil, 0, immutableDict.get()));
+        if (!mutableDict) err = coreFoundationUnknownErr;
     }
     if (err == noErr && serviceOrder != nil) {
-        *serviceOrder = CFArrayCreateMutableCopy(nil, 0, immutableOrder.get());
-        if (*serviceOrder == nil) err = coreFoundationUnknownErr;
+        mutableOrder.reset(CFArrayCreateMutableCopy(nil, 0, immutableOrder.get()));
+        if (!mutableOrder) err = coreFoundationUnknownErr;
     }
 
-    if (err != noErr) {
-        if (servicesDict != nil) {
-            CFQRelease(*servicesDict);
-            *servicesDict = nil;
-        }
-        if (serviceOrder != nil) {
-            CFQRelease(*serviceOrder);
-            *serviceOrder = nil;
-        }
-    }
+    if (err == noErr && servicesDict != nil) *servicesDict = mutableDict.release();
+    if (err == noErr && serviceOrder != nil) *serviceOrder = mutableOrder.release();
     MoreAssertQ((servicesDict == nil) || ((err == noErr) == (*servicesDict != nil)));
     MoreAssertQ((serviceOrder == nil) || ((err == noErr) == (*serviceOrder != nil)));
     return err;
@@ -220,17 +208,15 @@ OSStatus MoreSCCopyBSDNameOfService(CFStringRef setID, CFStringRef serviceID, CF
     CFRef<CFDictionaryRef> interfaceEntity;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) err = MoreSCCopyEntity(setID, serviceID, kSCEntNetInterface, interfaceEntity.out());
+    CFRef<CFStringRef> name;
     if (err == noErr) {
-        *bsdName = static_cast<CFStringRef>(
-            CFQRetain(CFDictionaryGetValue(interfaceEntity.get(), kSCPropNetInterfaceDeviceName)));
-        if (*bsdName == nil) err = coreFoundationUnknownErr;
+        name = CFRef<CFStringRef>::Retain(
+            static_cast<CFStringRef>(CFDictionaryGetValue(interfaceEntity.get(), kSCPropNetInterfaceDeviceName)));
+        if (!name) err = coreFoundationUnknownErr;
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*bsdName);
-        *bsdName = nil;
-    }
+    if (err == noErr) *bsdName = name.release();
     MoreAssertQ((err == noErr) == (*bsdName != nil));
     return err;
 }
@@ -244,17 +230,15 @@ OSStatus MoreSCCopyUserVisibleNameOfService(CFStringRef setID, CFStringRef servi
     CFRef<CFDictionaryRef> entitiesDict;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
+    CFRef<CFStringRef> name;
     if (err == noErr) {
-        *userVisibleName = static_cast<CFStringRef>(
-            CFQRetain(CFDictionaryGetValue(entitiesDict.get(), kSCPropUserDefinedName)));
-        if (*userVisibleName == nil) err = coreFoundationUnknownErr;
+        name = CFRef<CFStringRef>::Retain(
+            static_cast<CFStringRef>(CFDictionaryGetValue(entitiesDict.get(), kSCPropUserDefinedName)));
+        if (!name) err = coreFoundationUnknownErr;
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*userVisibleName);
-        *userVisibleName = nil;
-    }
+    if (err == noErr) *userVisibleName = name.release();
     MoreAssertQ((err == noErr) == (*userVisibleName != nil));
     return err;
 }

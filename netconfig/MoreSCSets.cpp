@@ -23,6 +23,7 @@ OSStatus MoreSCCopyCurrentSet(CFStringRef* setID) {
     MoreAssertQ(setID != nil);
     MoreAssertQ(*setID == nil);
 
+    CFRef<CFStringRef> currentSetID;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) {
         CFStringRef setPath =
@@ -32,14 +33,11 @@ OSStatus MoreSCCopyCurrentSet(CFStringRef* setID) {
         if (err == noErr && CFGetTypeID(setPath) != CFStringGetTypeID()) err = kSCStatusNoKey;
 
         // "/Sets/0" -> "0".
-        if (err == noErr) err = CopySeIDFromSePath(setPath, setID);
+        if (err == noErr) err = CopySeIDFromSePath(setPath, currentSetID.out());
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*setID);
-        *setID = nil;
-    }
+    if (err == noErr) *setID = currentSetID.release();
     return err;
 }
 
@@ -62,20 +60,21 @@ OSStatus MoreSCCopySetsDict(CFDictionaryRef* setsDict) {
     MoreAssertQ(*setsDict == nil);
 
     // The store's own dictionary, shared: callers must not change it.
+    CFRef<CFDictionaryRef> sets;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) {
-        *setsDict = static_cast<CFDictionaryRef>(
-            CFQRetain(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefSets)));
-        err = MoreSCError(*setsDict);
-        MoreAssertQ((err != noErr) || (CFGetTypeID(*setsDict) == CFDictionaryGetTypeID()));
-        if (err == noErr && CFGetTypeID(*setsDict) != CFDictionaryGetTypeID()) err = kSCStatusNoKey;
+        sets = CFRef<CFDictionaryRef>::Retain(
+            static_cast<CFDictionaryRef>(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefSets)));
+        err = MoreSCError(sets.get());
     }
+    // The check names the out-parameter, so it is shown the value before
+    // the type decides the status; the slot is settled below.
+    if (err == noErr) *setsDict = sets.get();
+    MoreAssertQ((err != noErr) || (CFGetTypeID(*setsDict) == CFDictionaryGetTypeID()));
+    if (err == noErr && CFGetTypeID(sets.get()) != CFDictionaryGetTypeID()) err = kSCStatusNoKey;
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*setsDict);
-        *setsDict = nil;
-    }
+    *setsDict = (err == noErr) ? sets.release() : nil;
     MoreAssertQ((err == noErr) == (*setsDict != nil));
     return err;
 }
@@ -97,6 +96,7 @@ OSStatus MoreSCCopySetIDs(CFArrayRef* setIDs, CFIndex* indexOfCurrentSet) {
     MoreAssertQ(*setIDs == nil);
 
     CFRef<CFDictionaryRef> setsDict;
+    CFRef<CFArrayRef> ids;
     CFRef<CFStringRef> currentSetID;
     CFIndex foundIndex = kCFNotFound;
 
@@ -104,23 +104,20 @@ OSStatus MoreSCCopySetIDs(CFArrayRef* setIDs, CFIndex* indexOfCurrentSet) {
     if (err == noErr) err = MoreSCCopySetsDict(setsDict.out());
     // The sets dictionary's own order: no sorting, the current set not
     // moved to the front.
-    if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(setsDict.get(), setIDs);
+    if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(setsDict.get(), ids.out());
     // Only a caller that asks for the index needs a current set.
     if (err == noErr && indexOfCurrentSet != nil) {
         err = MoreSCCopyCurrentSet(currentSetID.out());
         if (err == noErr) {
             CFIndex setCount = CFDictionaryGetCount(setsDict.get());
             for (CFIndex setIndex = 0; setIndex < setCount; setIndex++) {
-                if (CFEqual(CFArrayGetValueAtIndex(*setIDs, setIndex), currentSetID.get())) foundIndex = setIndex;
+                if (CFEqual(CFArrayGetValueAtIndex(ids.get(), setIndex), currentSetID.get())) foundIndex = setIndex;
             }
         }
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*setIDs);
-        *setIDs = nil;
-    }
+    if (err == noErr) *setIDs = ids.release();
     // The caller's index is left alone unless the current set was found by
     // a call that succeeded.
     if (err == noErr && indexOfCurrentSet != nil && foundIndex != kCFNotFound) *indexOfCurrentSet = foundIndex;
@@ -135,6 +132,7 @@ OSStatus MoreSCCopyUserVisibleNameOfSet(CFStringRef setID, CFStringRef* userVisi
     MoreAssertQ(*userVisibleName == nil);
 
     CFRef<CFStringRef> setPath;
+    CFRef<CFStringRef> name;
     OSStatus err = MoreSCOpen(false, false);
     if (err == noErr) err = CopySetPath(setID, setPath.out());
     if (err == noErr) {
@@ -145,18 +143,15 @@ OSStatus MoreSCCopyUserVisibleNameOfSet(CFStringRef setID, CFStringRef* userVisi
         // A set that exists but has no name is told apart from a missing
         // set by the code: -4960 rather than the store's status.
         if (err == noErr) {
-            *userVisibleName = static_cast<CFStringRef>(
-                CFQRetain(CFDictionaryGetValue(setDict, kSCPropUserDefinedName)));
-            if (*userVisibleName == nil) err = coreFoundationUnknownErr;
+            name = CFRef<CFStringRef>::Retain(
+                static_cast<CFStringRef>(CFDictionaryGetValue(setDict, kSCPropUserDefinedName)));
+            if (!name) err = coreFoundationUnknownErr;
         }
-        MoreAssertQ((err != noErr) || (CFGetTypeID(*userVisibleName) == CFStringGetTypeID()));
     }
     MoreSCClose(&err, false);
 
-    if (err != noErr) {
-        CFQRelease(*userVisibleName);
-        *userVisibleName = nil;
-    }
+    if (err == noErr) *userVisibleName = name.release();
+    MoreAssertQ((err != noErr) || (CFGetTypeID(*userVisibleName) == CFStringGetTypeID()));
     MoreAssertQ((err == noErr) == (*userVisibleName != nil));
     return err;
 }
