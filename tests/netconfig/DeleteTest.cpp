@@ -1,6 +1,7 @@
 #include "netconfig/MoreSCDelete.h"
 
 #include "netconfig/MoreSCServices.h"
+#include "netconfig/MoreSCSession.h"
 #include "netconfig/StoreFixture.h"
 
 namespace {
@@ -47,6 +48,33 @@ TEST_F(Delete, ServiceActiveSwitchSavesOnlyChanges) {
     EXPECT_EQ(MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), false), noErr);
     EXPECT_EQ(MoreSCIsServiceActive(CFSTR("0"), CFSTR("2"), &active), noErr);
     EXPECT_FALSE(active);
+}
+
+TEST_F(Delete, RefusedSetDeletionStillCollectsOrphans) {
+    ASSERT_EQ(MoreSCOpen(false, false), noErr);
+    EXPECT_EQ(MoreSCDeleteSet(CFSTR("0")), paramErr);
+    CFDictionaryRef services = static_cast<CFDictionaryRef>(
+        SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), CFSTR("NetworkServices")));
+    ASSERT_NE(services, nullptr);
+    EXPECT_FALSE(CFDictionaryContainsKey(services, CFSTR("5")));  // the orphan went in the session
+    EXPECT_TRUE(CFDictionaryContainsKey(services, CFSTR("4")));
+    CFRef<CFArrayRef> ids;
+    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), ids.out(), nullptr), noErr);  // the set is still there
+    OSStatus err = noErr;
+    MoreSCClose(&err, false);
+    EXPECT_TRUE(Saved("/NetworkServices/5"));  // nobody asked to save
+}
+
+TEST_F(Delete, ServiceTheSetDoesNotListLeavesTheOrderAlone) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(MoreSCDeleteService(CFSTR("0"), CFSTR("4")), noErr);
+    std::string reports = testing::internal::GetCapturedStderr();
+    EXPECT_NE(reports.find("MoreAssertQ failure: serviceIndex != kCFNotFound"), std::string::npos);
+    CFRef<CFArrayRef> ids;
+    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), ids.out(), nullptr), noErr);
+    EXPECT_EQ(Texts(ids.get()), (std::vector<std::string>{"3", "1", "2"}));
+    EXPECT_TRUE(Saved("/NetworkServices/4"));   // set 1 still links it
+    EXPECT_FALSE(Saved("/NetworkServices/5"));  // the orphan went all the same
 }
 
 }  // namespace

@@ -69,4 +69,49 @@ TEST_F(Services, SetWithoutGlobalIPv4Entity) {
     EXPECT_EQ(FileText(), before);
 }
 
+TEST_F(Services, EmptyOrMalformedServiceOrder) {
+    const std::string order = "<array><string>2</string><string>4</string></array>";
+    for (const char* replacement : {"<array/>", "<string>2</string>"}) {
+        SCOPED_TRACE(replacement);
+        std::string text = kTwoSetStore;
+        ASSERT_NE(text.find(order), std::string::npos);
+        text.replace(text.find(order), order.size(), replacement);
+        root_.writeStore(text);
+
+        CFRef<CFArrayRef> local;
+        CFRef<CFArrayRef> resolved;
+        OSStatus err = MoreSCCopyServiceIDs(CFSTR("1"), local.out(), resolved.out());
+        if (std::string(replacement) == "<array/>") {
+            EXPECT_EQ(err, noErr);
+            EXPECT_EQ(CFArrayGetCount(local.get()), 0);
+            EXPECT_EQ(CFArrayGetCount(resolved.get()), 0);
+        } else {
+            // An order that is not an array counts as none.
+            EXPECT_EQ(err, coreFoundationUnknownErr);
+            EXPECT_FALSE(local);
+            CFRef<CFMutableDictionaryRef> services;
+            EXPECT_EQ(MoreSCCopyServicesDictMutable(CFSTR("1"), services.out(), nullptr), coreFoundationUnknownErr);
+        }
+    }
+}
+
+TEST_F(Services, RealStoreOrderAndNames) {
+    root_.installStore("macbook-air-http-proxy-ppp.plist");
+    CFRef<CFArrayRef> local;
+    CFRef<CFArrayRef> resolved;
+    ASSERT_EQ(MoreSCCopyServiceIDs(nullptr, local.out(), resolved.out()), noErr);
+    EXPECT_EQ(Texts(local.get()), (std::vector<std::string>{"4A73E068-DCE3-46C3-98EE-991526FF151A",
+                                                            "622D9F75-98F0-4AF1-8FFC-C5A27462B0B6",
+                                                            "3896F922-5883-4D53-AC38-CEDEC0DAAAF3"}));
+    EXPECT_EQ(Texts(resolved.get()), Texts(local.get()));
+    for (CFIndex i = 0; i < CFArrayGetCount(local.get()); i++) {
+        auto serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(local.get(), i));
+        Boolean active = 7;
+        CFRef<CFStringRef> name;
+        EXPECT_EQ(MoreSCIsServiceActive(nullptr, serviceID, &active), noErr);
+        EXPECT_NE(active, 7);
+        EXPECT_EQ(MoreSCCopyUserVisibleNameOfService(nullptr, serviceID, name.out()), noErr);
+    }
+}
+
 }  // namespace
