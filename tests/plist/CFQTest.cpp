@@ -1,3 +1,5 @@
+// Key paths through nested dictionaries, conversions between arrays and
+// dictionaries, and walks over property lists.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,15 +10,16 @@
 
 namespace {
 
+using Path = std::vector<const void*>;
+
 CFRef<CFMutableDictionaryRef> MakeDictionary() {
     CFRef<CFMutableDictionaryRef> dict;
     EXPECT_EQ(CFQDictionaryCreateMutable(dict.out()), noErr);
     return dict;
 }
 
-CFRef<CFArrayRef> MakeArray(std::initializer_list<CFTypeRef> values) {
-    std::vector<const void*> items(values);
-    return CFRef<CFArrayRef>(CFArrayCreate(nil, items.data(), CFIndex(items.size()), &kCFTypeArrayCallBacks));
+CFRef<CFArrayRef> MakeArray(Path values) {
+    return CFRef<CFArrayRef>(CFArrayCreate(nil, values.data(), CFIndex(values.size()), &kCFTypeArrayCallBacks));
 }
 
 CFRef<CFDictionaryRef> DeepCopy(CFDictionaryRef dict) {
@@ -29,6 +32,12 @@ long LongValue(CFTypeRef number) {
     EXPECT_EQ(CFGetTypeID(number), CFNumberGetTypeID());
     CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberLongType, &value);
     return value;
+}
+
+// Looks up path; the result is nil whenever the status is not noErr.
+OSStatus Get(CFDictionaryRef root, Path path, const void** found) {
+    *found = nil;
+    return CFQDictionaryGetValueAtPath(root, path.data(), CFIndex(path.size()), found);
 }
 
 // { "A": { "B": { "C": "leaf" }, "S": "string" } }, with immutable inner
@@ -49,85 +58,60 @@ CFRef<CFMutableDictionaryRef> MakeTree() {
 
 TEST(CFQKeyPaths, GetFindsValuesAndNamesTheFirstBadStep) {
     CFRef<CFMutableDictionaryRef> root = MakeTree();
-
     const void* found = nil;
-    const void* leafPath[] = {CFSTR("A"), CFSTR("B"), CFSTR("C")};
-    EXPECT_EQ(CFQDictionaryGetValueAtPath(root.get(), leafPath, 3, &found), noErr);
+    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("C")}, &found), noErr);
     EXPECT_TRUE(CFEqual(found, CFSTR("leaf")));
 
-    // A dictionary is as good a last value as a leaf.
-    found = nil;
-    EXPECT_EQ(CFQDictionaryGetValueAtPath(root.get(), leafPath, 2, &found), noErr);
-    EXPECT_EQ(CFGetTypeID(found), CFDictionaryGetTypeID());
-
     struct Case {
-        std::vector<const void*> path;
+        Path path;
         OSStatus expected;
     } cases[] = {
         {{CFSTR("A"), CFSTR("S"), CFSTR("C")}, kCFQDataErr},        // through a string
         {{CFSTR("A"), CFSTR("X"), CFSTR("C")}, kCFQKeyNotFoundErr},  // missing intermediate
         {{CFSTR("A"), CFSTR("B"), CFSTR("X")}, kCFQKeyNotFoundErr},  // missing last key
-        {{CFSTR("X")}, kCFQKeyNotFoundErr},
     };
     for (const Case& c : cases) {
+        EXPECT_EQ(Get(root.get(), c.path, &found), c.expected);
+        EXPECT_EQ(found, nullptr);
+        // The array form walks the same way.
         found = nil;
-        EXPECT_EQ(CFQDictionaryGetValueAtPath(root.get(), const_cast<const void**>(c.path.data()),
-                                              CFIndex(c.path.size()), &found),
-                  c.expected);
+        EXPECT_EQ(CFQDictionaryGetValueAtPathArray(root.get(), MakeArray(c.path).get(), &found), c.expected);
         EXPECT_EQ(found, nullptr);
     }
-
-    // The array form walks the same way.
-    CFRef<CFArrayRef> badArray = MakeArray({CFSTR("A"), CFSTR("S"), CFSTR("C")});
-    found = nil;
-    EXPECT_EQ(CFQDictionaryGetValueAtPathArray(root.get(), badArray.get(), &found), kCFQDataErr);
-    EXPECT_EQ(found, nullptr);
 }
 
-TEST(CFQKeyPaths, SetStoresAtTheEndOfAnExistingPathOnly) {
-    // A one-element path stores straight into the given dictionary.
+TEST(CFQKeyPaths, SetAndRemoveWorkAtTheEndOfAnExistingPathOnly) {
     CFRef<CFMutableDictionaryRef> root = MakeTree();
-    const void* topPath[] = {CFSTR("New")};
-    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), topPath, 1, CFSTR("top")), noErr);
+    const void* top[] = {CFSTR("New")};
+    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), top, 1, CFSTR("top")), noErr);
     EXPECT_TRUE(CFEqual(CFDictionaryGetValue(root.get(), CFSTR("New")), CFSTR("top")));
 
     // Deep inside immutable dictionaries: replaced and added.
-    CFRef<CFArrayRef> leafPath = MakeArray({CFSTR("A"), CFSTR("B"), CFSTR("C")});
-    EXPECT_EQ(CFQDictionarySetValueAtPathArray(root.get(), leafPath.get(), CFSTR("changed")), noErr);
-    const void* addPath[] = {CFSTR("A"), CFSTR("B"), CFSTR("D")};
-    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), addPath, 3, CFSTR("added")), noErr);
     const void* found = nil;
-    EXPECT_EQ(CFQDictionaryGetValueAtPathArray(root.get(), leafPath.get(), &found), noErr);
+    EXPECT_EQ(CFQDictionarySetValueAtPathArray(root.get(), MakeArray({CFSTR("A"), CFSTR("B"), CFSTR("C")}).get(),
+                                               CFSTR("changed")),
+              noErr);
+    const void* add[] = {CFSTR("A"), CFSTR("B"), CFSTR("D")};
+    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), add, 3, CFSTR("added")), noErr);
+    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("C")}, &found), noErr);
     EXPECT_TRUE(CFEqual(found, CFSTR("changed")));
-    found = nil;
-    EXPECT_EQ(CFQDictionaryGetValueAtPath(root.get(), addPath, 3, &found), noErr);
+    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("D")}, &found), noErr);
     EXPECT_TRUE(CFEqual(found, CFSTR("added")));
 
-    // Missing intermediates are never made up.
+    // Missing intermediates are never made up, and absent keys not removed.
     CFRef<CFDictionaryRef> before = DeepCopy(root.get());
     const void* missing[] = {CFSTR("A"), CFSTR("X"), CFSTR("Y")};
     EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), missing, 3, CFSTR("lost")), kCFQKeyNotFoundErr);
     const void* throughString[] = {CFSTR("A"), CFSTR("S"), CFSTR("Y")};
     EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), throughString, 3, CFSTR("lost")), kCFQDataErr);
-    EXPECT_TRUE(CFEqual(root.get(), before.get()));
-}
-
-TEST(CFQKeyPaths, RemoveTakesOutPresentKeysAndRefusesAbsentOnes) {
-    CFRef<CFMutableDictionaryRef> root = MakeTree();
-    CFRef<CFDictionaryRef> before = DeepCopy(root.get());
-
     const void* absent[] = {CFSTR("A"), CFSTR("B"), CFSTR("X")};
     EXPECT_EQ(CFQDictionaryRemoveValueAtPath(root.get(), absent, 3), kCFQKeyNotFoundErr);
-    const void* missingParent[] = {CFSTR("A"), CFSTR("X"), CFSTR("C")};
-    EXPECT_EQ(CFQDictionaryRemoveValueAtPath(root.get(), missingParent, 3), kCFQKeyNotFoundErr);
+    EXPECT_EQ(CFQDictionaryRemoveValueAtPath(root.get(), missing, 3), kCFQKeyNotFoundErr);
     EXPECT_TRUE(CFEqual(root.get(), before.get()));
 
-    CFRef<CFArrayRef> present = MakeArray({CFSTR("A"), CFSTR("B"), CFSTR("C")});
-    EXPECT_EQ(CFQDictionaryRemoveValueAtPathArray(root.get(), present.get()), noErr);
-    const void* b = nil;
-    const void* bPath[] = {CFSTR("A"), CFSTR("B")};
-    EXPECT_EQ(CFQDictionaryGetValueAtPath(root.get(), bPath, 2, &b), noErr);
-    EXPECT_EQ(CFDictionaryGetCount(static_cast<CFDictionaryRef>(b)), 0);
+    EXPECT_EQ(CFQDictionaryRemoveValueAtPathArray(root.get(), MakeArray({CFSTR("A"), CFSTR("B"), CFSTR("C")}).get()),
+              noErr);
+    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("C")}, &found), kCFQKeyNotFoundErr);
 }
 
 TEST(CFQKeyPaths, ParentWalkCopiesEveryLevelAndLeavesOldChildrenAlone) {
@@ -144,66 +128,39 @@ TEST(CFQKeyPaths, ParentWalkCopiesEveryLevelAndLeavesOldChildrenAlone) {
     EXPECT_NE(parent, inner.get());
     EXPECT_EQ(parent, CFDictionaryGetValue(root.get(), CFSTR("Inner")));
     EXPECT_EQ(CFGetRetainCount(parent), 1);  // the tree is its only owner
-
     EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), path, 2, CFSTR("new")), noErr);
     EXPECT_TRUE(CFEqual(CFDictionaryGetValue(inner.get(), CFSTR("K")), CFSTR("old")));
-
-    // With one element the given dictionary is the parent.
-    parent = nil;
-    EXPECT_EQ(CFQMutableDictionaryGetParentForPath(root.get(), path, 1, &parent), noErr);
-    EXPECT_EQ(parent, root.get());
 }
 
 TEST(CFQContainers, ArraysAndDictionariesConvertBothWays) {
     CFRef<CFMutableDictionaryRef> dict = MakeDictionary();
-    CFDictionarySetValue(dict.get(), CFSTR("one"), CFSTR("1"));
-    CFDictionarySetValue(dict.get(), CFSTR("two"), CFSTR("2"));
-    CFDictionarySetValue(dict.get(), CFSTR("three"), CFSTR("3"));
-
-    CFRef<CFArrayRef> keys;
-    CFRef<CFArrayRef> values;
+    for (const char* key : {"one", "two", "three"}) {
+        CFRef<CFStringRef> name(CFStringCreateWithCString(nil, key, kCFStringEncodingUTF8));
+        CFDictionarySetValue(dict.get(), name.get(), CFSTR("value"));
+        EXPECT_EQ(CFQDictionarySetNumber(dict.get(), name.get(), CFDictionaryGetCount(dict.get())), noErr);
+    }
+    CFRef<CFArrayRef> keys, values;
     EXPECT_EQ(CFQArrayCreateWithDictionaryKeys(dict.get(), keys.out()), noErr);
     EXPECT_EQ(CFQArrayCreateWithDictionaryValues(dict.get(), values.out()), noErr);
-    ASSERT_EQ(CFArrayGetCount(keys.get()), 3);
     ASSERT_EQ(CFArrayGetCount(values.get()), 3);
+    // SetNumber replaced the strings by numbers the dictionary alone holds.
+    EXPECT_EQ(LongValue(CFDictionaryGetValue(dict.get(), CFSTR("three"))), 3);
     // Keys and values come out in the same order, pair by pair.
-    for (CFIndex i = 0; i < 3; i++) {
-        EXPECT_TRUE(CFEqual(CFDictionaryGetValue(dict.get(), CFArrayGetValueAtIndex(keys.get(), i)),
-                            CFArrayGetValueAtIndex(values.get(), i)));
-    }
-
     CFRef<CFDictionaryRef> rebuilt;
     EXPECT_EQ(CFQDictionaryCreateWithArrayOfKeysAndValues(keys.get(), values.get(), rebuilt.out()), noErr);
     EXPECT_TRUE(CFEqual(rebuilt.get(), dict.get()));
+    values.reset();
+    rebuilt.reset();
+    EXPECT_EQ(CFGetRetainCount(CFDictionaryGetValue(dict.get(), CFSTR("one"))), 1);
 
-    // An empty dictionary gives an empty array, not a failure.
-    CFRef<CFMutableDictionaryRef> empty = MakeDictionary();
-    EXPECT_EQ(CFQArrayCreateWithDictionaryKeys(empty.get(), keys.out()), noErr);
-    EXPECT_EQ(CFArrayGetCount(keys.get()), 0);
-}
-
-TEST(CFQContainers, MismatchedKeysAndValuesGiveNoDictionary) {
-    CFRef<CFArrayRef> keys = MakeArray({CFSTR("a"), CFSTR("b")});
-    CFRef<CFArrayRef> values = MakeArray({CFSTR("1")});
+    // Mismatched lengths: reported, and no dictionary.
     CFDictionaryRef result = nil;
     testing::internal::CaptureStderr();
-    EXPECT_EQ(CFQDictionaryCreateWithArrayOfKeysAndValues(keys.get(), values.get(), &result), paramErr);
-    std::string report = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(CFQDictionaryCreateWithArrayOfKeysAndValues(keys.get(), MakeArray({CFSTR("1")}).get(), &result),
+              paramErr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "MoreAssertQ failure: CFArrayGetCount(keys) == CFArrayGetCount(values)\n");
     EXPECT_EQ(result, nullptr);
-    EXPECT_EQ(report, "MoreAssertQ failure: CFArrayGetCount(keys) == CFArrayGetCount(values)\n");
-}
-
-TEST(CFQContainers, SetNumberStoresALongAndReplaces) {
-    CFRef<CFMutableDictionaryRef> dict = MakeDictionary();
-    EXPECT_EQ(CFQDictionarySetNumber(dict.get(), CFSTR("Flag"), 1), noErr);
-    EXPECT_EQ(CFQDictionarySetNumber(dict.get(), CFSTR("Flag"), -7), noErr);
-    EXPECT_EQ(CFQDictionarySetNumber(dict.get(), CFSTR("Big"), 0x7fffffff), noErr);
-    EXPECT_EQ(CFDictionaryGetCount(dict.get()), 2);
-
-    CFNumberRef flag = static_cast<CFNumberRef>(CFDictionaryGetValue(dict.get(), CFSTR("Flag")));
-    EXPECT_EQ(LongValue(flag), -7);
-    EXPECT_EQ(LongValue(CFDictionaryGetValue(dict.get(), CFSTR("Big"))), 0x7fffffffL);
-    EXPECT_EQ(CFGetRetainCount(flag), 1);  // the dictionary holds the only reference
 }
 
 struct Visit {
@@ -211,48 +168,33 @@ struct Visit {
     CFTypeRef node;
 };
 
-void RecordDeep(CFTypeRef node, void* context) {
-    static_cast<std::vector<Visit>*>(context)->push_back({nil, node});
-}
+void RecordDeep(CFTypeRef node, void* context) { static_cast<std::vector<Visit>*>(context)->push_back({nil, node}); }
 
 void RecordShallow(CFTypeRef key, CFTypeRef node, void* context) {
     static_cast<std::vector<Visit>*>(context)->push_back({CFRetain(key), node});
 }
 
-TEST(CFQApply, DeepWalkVisitsNodesBeforeTheirChildren) {
+TEST(CFQApply, DeepWalkGoesParentFirstAndShallowWalkOneLevel) {
     CFRef<CFArrayRef> pair = MakeArray({CFSTR("first"), CFSTR("second")});
     CFRef<CFMutableDictionaryRef> dict = MakeDictionary();
     CFDictionarySetValue(dict.get(), CFSTR("List"), pair.get());
-
     std::vector<Visit> visits;
     CFQPropertyListDeepApplyFunction(dict.get(), RecordDeep, &visits);
     ASSERT_EQ(visits.size(), 4u);
     EXPECT_EQ(visits[0].node, dict.get());
     EXPECT_EQ(visits[1].node, pair.get());
-    EXPECT_TRUE(CFEqual(visits[2].node, CFSTR("first")));
     EXPECT_TRUE(CFEqual(visits[3].node, CFSTR("second")));
-}
 
-TEST(CFQApply, ShallowWalkGivesKeysOrIndicesOfOneLevel) {
-    CFRef<CFArrayRef> array = MakeArray({CFSTR("a"), CFSTR("b"), CFSTR("c")});
-    std::vector<Visit> visits;
-    CFQPropertyListShallowApplyFunction(array.get(), RecordShallow, &visits);
-    ASSERT_EQ(visits.size(), 3u);
-    for (long i = 0; i < 3; i++) {
+    // An array's keys are its indices, released by the walk after each call.
+    visits.clear();
+    CFQPropertyListShallowApplyFunction(pair.get(), RecordShallow, &visits);
+    ASSERT_EQ(visits.size(), 2u);
+    for (long i = 0; i < 2; i++) {
         EXPECT_EQ(LongValue(visits[i].key), i);
-        EXPECT_EQ(visits[i].node, CFArrayGetValueAtIndex(array.get(), i));
-        // The walk dropped its own reference to the index after the call.
+        EXPECT_EQ(visits[i].node, CFArrayGetValueAtIndex(pair.get(), i));
         EXPECT_EQ(CFGetRetainCount(visits[i].key), 1);
         CFRelease(visits[i].key);
     }
-
-    // A dictionary's inner dictionaries are not entered.
-    CFRef<CFMutableDictionaryRef> dict = MakeTree();
-    visits.clear();
-    CFQPropertyListShallowApplyFunction(dict.get(), RecordShallow, &visits);
-    ASSERT_EQ(visits.size(), 1u);
-    EXPECT_EQ(CFDictionaryGetValue(dict.get(), visits[0].key), visits[0].node);
-    CFRelease(visits[0].key);
 
     // A leaf has no level to walk.
     visits.clear();
