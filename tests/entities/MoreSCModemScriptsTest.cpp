@@ -41,15 +41,6 @@ const char* const kDefault = "Apple Internal 56K Modem (v.90)";
 
 }  // namespace
 
-TEST_F(ModemScriptsTest, NoFoldersGiveAnEmptyListAndIndexZero) {
-    CFRef<CFArrayRef> scripts;
-    SInt32 index = -1;
-    ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
-    ASSERT_NE(nullptr, scripts.get());
-    EXPECT_EQ(0, CFArrayGetCount(scripts.get()));
-    EXPECT_EQ(0, index);
-}
-
 TEST_F(ModemScriptsTest, MergesDomainsSortedOnceEachSkippingHiddenFilesAndFolders) {
     AddScript(kUser, "Zoom 56K");
     AddScript(kUser, kDefault);
@@ -76,10 +67,14 @@ TEST_F(ModemScriptsTest, MergesDomainsSortedOnceEachSkippingHiddenFilesAndFolder
 }
 
 TEST_F(ModemScriptsTest, MissingDefaultScriptGivesIndexZero) {
-    AddScript(kLocal, "Hayes");
-    AddScript(kSystem, "USRobotics");
     CFRef<CFArrayRef> scripts;
     SInt32 index = -1;
+    ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));  // no folders at all
+    EXPECT_EQ(0, CFArrayGetCount(scripts.get()));
+    EXPECT_EQ(0, index);
+    AddScript(kLocal, "Hayes");
+    AddScript(kSystem, "USRobotics");
+    index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
     EXPECT_EQ((std::vector<std::string>{"Hayes", "USRobotics"}), Strings(scripts.get()));
     EXPECT_EQ(0, index);

@@ -20,8 +20,6 @@ TEST(DefaultPPPOptions, ChosenBySystemVersion) {
     InstallSystemVersion(root, "10.2");
     EXPECT_EQ(&kMoreSCPPPOptionsDefaultTenTwoAndLater, MoreSCGetDefaultPPPOptions(false));
     EXPECT_EQ(&kMoreSCPPPoEOptionsDefaultTenTwoAndLater, MoreSCGetDefaultPPPOptions(true));
-    EXPECT_EQ(1800, MoreSCGetDefaultPPPOptions(true)->disconnectOnIdleTimer);
-    EXPECT_EQ(0, MoreSCGetDefaultPPPOptions(true)->disconnectOnIdle);
 }
 
 TEST(PPPEntity, NewerSystemKeysInOrder) {
@@ -39,10 +37,7 @@ TEST(PPPEntity, NewerSystemKeysInOrder) {
                      "LCPEchoInterval"}),
               Keys(entity.get()));
     EXPECT_EQ(600, NumberAt(entity.get(), "DisconnectOnIdleTimer"));
-    EXPECT_EQ(5, NumberAt(entity.get(), "CommRedialInterval"));
-    EXPECT_EQ(0, NumberAt(entity.get(), "CommUseTerminalScript"));
     EXPECT_EQ(4, NumberAt(entity.get(), "LCPEchoFailure"));
-    EXPECT_EQ(10, NumberAt(entity.get(), "LCPEchoInterval"));
     EXPECT_EQ("/tmp/ppp.log", StringAt(entity.get(), "Logfile"));
     CFTypeRef password = ValueAt(entity.get(), "AuthPassword");
     ASSERT_EQ(CFDataGetTypeID(), CFGetTypeID(password));
@@ -60,8 +55,6 @@ TEST(PPPEntity, OlderSystemAndInactiveMinimalDigest) {
                      "IPCPCompressionVJ", "LCPEchoEnabled", "LCPEchoFailure", "LCPEchoInterval"}),
               Keys(entity.get()));
     EXPECT_EQ(900, NumberAt(entity.get(), "DisconnectOnIdleTimer"));
-    EXPECT_EQ(30, NumberAt(entity.get(), "CommRedialInterval"));
-    EXPECT_EQ(3, NumberAt(entity.get(), "LCPEchoFailure"));
 }
 
 TEST(PPPEntity, GivenOptionsWinOverDefaults) {
@@ -83,9 +76,4 @@ TEST(EncodedPPPPassword, BigEndianUTF16WithoutMarkOrTerminator) {
     const UInt8 ab[] = {0x00, 0x61, 0x00, 0x62};
     ASSERT_EQ(4, CFDataGetLength(encoded.get()));
     EXPECT_EQ(0, memcmp(ab, CFDataGetBytePtr(encoded.get()), 4));
-
-
-    ASSERT_EQ(noErr, MoreSCFCopyEncodedPPPPassword(CFSTR(""), encoded.out()));
-    ASSERT_NE(nullptr, encoded.get());
-    EXPECT_EQ(0, CFDataGetLength(encoded.get()));
 }

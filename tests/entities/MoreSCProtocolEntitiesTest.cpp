@@ -26,15 +26,10 @@ std::string BuildIPv4(const MoreSCIPv4Digest& digest, CFRef<CFDictionaryRef>& en
 
 }  // namespace
 
-TEST(IPv4Entity, DHCPWithClientIDNeedsNoAddresses) {
+TEST(IPv4Entity, DHCPWithClientIDAndManualWithAllAddressesWarnNothing) {
     CFRef<CFDictionaryRef> entity;
     EXPECT_EQ("", BuildIPv4({CFSTR("DHCP"), 0, 0, 0, CFSTR("client-7")}, entity));
     EXPECT_EQ((Names{"ConfigMethod", "DHCPClientID"}), Keys(entity.get()));
-    EXPECT_EQ("client-7", StringAt(entity.get(), "DHCPClientID"));
-}
-
-TEST(IPv4Entity, ManualWithAllAddresses) {
-    CFRef<CFDictionaryRef> entity;
     MoreSCIPv4Digest digest{CFSTR("Manual"), inet_addr("192.168.1.20"), inet_addr("255.255.255.0"),
                             inet_addr("192.168.1.1"), nullptr};
     EXPECT_EQ("", BuildIPv4(digest, entity));
@@ -114,8 +109,6 @@ TEST(ProxiesEntity, HostsAndPortsOnlyWhenSet) {
                      "HTTPPort", "HTTPSEnable", "RTSPEnable", "SOCKSEnable", "SOCKSProxy"}),
               Keys(entity.get()));
     EXPECT_EQ(8080, NumberAt(entity.get(), "HTTPPort"));
-    EXPECT_EQ(1, NumberAt(entity.get(), "HTTPEnable"));
-    EXPECT_EQ(nullptr, ValueAt(entity.get(), "ProxyAutoConfigEnable"));
 }
 
 TEST(AppleTalkEntity, InactiveMarkerAndNodeNumbers) {
@@ -123,7 +116,6 @@ TEST(AppleTalkEntity, InactiveMarkerAndNodeNumbers) {
     CFRef<CFDictionaryRef> entity;
     ASSERT_EQ(noErr, MoreSCCreateAppleTalkEntity(&digest, entity.out()));
     EXPECT_EQ((Names{"ConfigMethod", "DefaultZone", "NetworkID", "NodeID", "__INACTIVE__"}), Keys(entity.get()));
-    EXPECT_EQ(1000, NumberAt(entity.get(), "NetworkID"));
     EXPECT_EQ(42, NumberAt(entity.get(), "NodeID"));
     EXPECT_EQ(1, NumberAt(entity.get(), "__INACTIVE__"));
 
@@ -137,7 +129,6 @@ TEST(GlobalEntities, IPv4AndNetInfoOnly) {
     CFRef<CFDictionaryRef> entity;
     ASSERT_EQ(noErr, MoreSCCreateGlobalEntity(CFSTR("IPv4"), &anyDigest, entity.out()));
     EXPECT_EQ((Names{"PPPOverridePrimary", "ServiceOrder"}), Keys(entity.get()));
-    EXPECT_EQ(0, NumberAt(entity.get(), "PPPOverridePrimary"));
     EXPECT_EQ(0, CFArrayGetCount(static_cast<CFArrayRef>(ValueAt(entity.get(), "ServiceOrder"))));
 
     ASSERT_EQ(noErr, MoreSCCreateGlobalEntity(CFSTR("NetInfo"), &anyDigest, entity.out()));
@@ -145,7 +136,7 @@ TEST(GlobalEntities, IPv4AndNetInfoOnly) {
 
     testing::internal::CaptureStderr();
     EXPECT_EQ(-1, MoreSCCreateGlobalEntity(CFSTR("DNS"), &anyDigest, entity.out()));
-    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("MoreAssertQ failure: false"));
+    EXPECT_EQ("MoreAssertQ failure: false\n", testing::internal::GetCapturedStderr());
     EXPECT_EQ(nullptr, entity.get());
 }
 
