@@ -36,14 +36,6 @@ TEST(PrintPACTest, PrintsEachFormOfTheTwoValuesInServiceOrder) {
     EXPECT_TRUE(FileStamp::Read(file) == before);
 }
 
-TEST(PrintPACTest, PrintsNothingWhenNoServiceQualifies) {
-    TempRoot root;
-    root.writeStore(MakeStore({{"A", NoProxies()}, {"B", Dict({{"ProxyAutoConfigEnable", Int(1)}}), true}}).File());
-    ToolRun run = RunTool(root, {"-p"});
-    EXPECT_TRUE(run.exitedWithZero);
-    EXPECT_EQ(run.out, "");
-}
-
 // The bundled sample root: the README runs exactly this.
 TEST(PrintPACTest, SampleRoot) {
     TempRoot root;

@@ -84,34 +84,29 @@ std::string ReplaceOnce(std::string text, const std::string& from, const std::st
 }
 
 // Stores saved by real Macs: the saved file differs from the original only
-// in the switched values.
+// in the switched value.
 TEST(SwitchCommandsTest, RealXMLStoresKeepTheirFormat) {
-    {
+    struct Case {
+        const char* store;
+        const char* option;
+        const char* line;  // one line of what the run prints
+        const char* flag;  // the flag switched from 1 to 0
+    } cases[] = {
+        {"imac-ethernet-pac.plist", "-d", "OK - Disable PAC - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n",
+         "ProxyAutoConfigEnable"},
+        {"macbook-air-http-proxy-ppp.plist", "-e", "OK - Disable Http Proxy - 622D9F75-98F0-4AF1-8FFC-C5A27462B0B6.\n",
+         "HTTPEnable"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.store);
         TempRoot root;
-        std::string original = TempRoot::ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / "imac-ethernet-pac.plist");
-        auto file = root.installStore("imac-ethernet-pac.plist");
-        ToolRun run = RunTool(root, {"-d"});
+        auto file = root.installStore(c.store);
+        std::string original = TempRoot::ReadFile(file);
+        ToolRun run = RunTool(root, {c.option});
         EXPECT_TRUE(run.exitedWithZero);
-        EXPECT_EQ(run.out,
-                  "- Http Proxy does not exist - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n"
-                  "- Http Proxy does not exist - E85BB583-ECDD-469D-BED0-8E051CC976B5.\n"
-                  "OK - Disable PAC - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n"
-                  "- PAC URL does not exist - E85BB583-ECDD-469D-BED0-8E051CC976B5.\n");
-        EXPECT_EQ(TempRoot::ReadFile(file),
-                  ReplaceOnce(original, "<key>ProxyAutoConfigEnable</key>\n\t\t\t\t<integer>1</integer>",
-                              "<key>ProxyAutoConfigEnable</key>\n\t\t\t\t<integer>0</integer>"));
-    }
-    {
-        TempRoot root;
-        std::string original =
-            TempRoot::ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / "macbook-air-http-proxy-ppp.plist");
-        auto file = root.installStore("macbook-air-http-proxy-ppp.plist");
-        ToolRun run = RunTool(root, {"-e"});
-        EXPECT_TRUE(run.exitedWithZero);
-        EXPECT_NE(run.out.find("OK - Disable Http Proxy - 622D9F75-98F0-4AF1-8FFC-C5A27462B0B6.\n"), std::string::npos);
-        EXPECT_EQ(TempRoot::ReadFile(file),
-                  ReplaceOnce(original, "<key>HTTPEnable</key>\n\t\t\t\t<integer>1</integer>",
-                              "<key>HTTPEnable</key>\n\t\t\t\t<integer>0</integer>"));
+        EXPECT_NE(run.out.find(c.line), std::string::npos) << run.out;
+        std::string key = std::string("<key>") + c.flag + "</key>\n\t\t\t\t<integer>";
+        EXPECT_EQ(TempRoot::ReadFile(file), ReplaceOnce(original, key + "1", key + "0"));
     }
 }
 
