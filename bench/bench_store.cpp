@@ -4,7 +4,7 @@
 
 #include "LargeStore.h"
 #include "MoreSC.h"
-#include "platform/CFRef.h"
+#include "platform/corefoundation/CFRef.h"
 #include "support/TempRoot.h"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include <cstdio>
 
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
 #include "plist/MoreCFQ.h"
 
 OSStatus MoreSCFCreateStringWithMacAddress(const UInt8 macAddr[6], CFStringRef* result) {

@@ -3,8 +3,8 @@
 #include "entities/MoreSCInterfaceEntities.h"
 #include "entities/MoreSCPPPEntity.h"
 #include "entities/MoreSCProtocolEntities.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 
 OSStatus MoreSCCreateEntity(CFStringRef protocol, const void* digest, CFDictionaryRef* entity) {
     MoreAssertQ(protocol != nil);

@@ -5,7 +5,7 @@
 // at zero (nil, off, none).
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 // An IPv4 address, 32 bits in network byte order; 0 means none.
 typedef UInt32 MoreSCInetAddress;

@@ -1,8 +1,8 @@
 #include "entities/MoreSCGlobalEntities.h"
 
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 
 namespace {

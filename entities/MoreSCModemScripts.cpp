@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <memory>
 
-#include "platform/CFRef.h"
-#include "platform/Folders.h"
-#include "platform/MoreAssert.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/Folders.h"
+#include "platform/coreservices/MoreAssert.h"
 #include "plist/MoreCFQ.h"
 
 namespace {

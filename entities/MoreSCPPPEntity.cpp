@@ -4,10 +4,10 @@
 #include <initializer_list>
 #include <memory>
 
-#include "platform/CFRef.h"
-#include "platform/Gestalt.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/Gestalt.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 
 const MoreSCPPPOptions kMoreSCPPPOptionsDefaultTenOne = {

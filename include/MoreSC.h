@@ -2,9 +2,9 @@
 // A program links the MoreSC library target and includes this header.
 #pragma once
 
-#include "platform/CoreFoundation.h"
-#include "platform/SCPreferences.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CoreFoundation.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 #include "entities/MoreSCDigests.h"
 #include "entities/MoreSCAddresses.h"

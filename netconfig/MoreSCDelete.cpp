@@ -6,10 +6,10 @@
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSessionState.h"
 #include "netconfig/MoreSCSets.h"
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCPreferences.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 
 // A service is stored once, under "NetworkServices", and sets link to it.

@@ -2,7 +2,7 @@
 // and switching a service on or off.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 OSStatus MoreSCDeleteSet(CFStringRef setID);
 OSStatus MoreSCDeleteService(CFStringRef setID, CFStringRef serviceID);

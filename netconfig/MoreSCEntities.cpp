@@ -4,10 +4,10 @@
 
 #include "netconfig/MoreSCPaths.h"
 #include "netconfig/MoreSCSession.h"
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCPreferences.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 
 // A service's own dictionary (its entities dictionary) holds one entity per

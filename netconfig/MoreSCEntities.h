@@ -3,7 +3,7 @@
 // entities and the per-entity active flag.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 OSStatus MoreSCCopyEntity(CFStringRef setID, CFStringRef serviceID, CFStringRef protocol, CFDictionaryRef* entity);
 OSStatus MoreSCCopyEntityMutable(CFStringRef setID, CFStringRef serviceID, CFStringRef protocol,

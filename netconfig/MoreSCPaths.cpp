@@ -2,10 +2,10 @@
 
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSessionState.h"
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCPreferences.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 
 // The store's layout as the layer sees it:
 //   /Sets/<set ID>                          a set

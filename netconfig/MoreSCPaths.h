@@ -4,7 +4,7 @@
 // entry and receive an owned string on success.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 OSStatus CreateSetPathWithSetID(CFStringRef setID, CFStringRef* setPath);
 OSStatus CreateServicePathWithServiceID(CFStringRef serviceID, CFStringRef* servicePath);

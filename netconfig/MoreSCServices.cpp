@@ -4,10 +4,10 @@
 #include "netconfig/MoreSCPaths.h"
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSets.h"
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCPreferences.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 
 // A set holds its services twice over: as links in <set>/Network/Service

@@ -1,7 +1,7 @@
 #include "netconfig/MoreSCSession.h"
 
 #include "netconfig/MoreSCSessionState.h"
-#include "platform/MoreAssert.h"
+#include "platform/coreservices/MoreAssert.h"
 #include "plist/MoreCFQ.h"
 
 // The session's state. Every store operation of the layer runs between a

@@ -4,8 +4,8 @@
 // session asked to save without an error.
 #pragma once
 
-#include "platform/CoreFoundation.h"
-#include "platform/SCPreferences.h"
+#include "platform/corefoundation/CoreFoundation.h"
+#include "platform/systemconfiguration/SCPreferences.h"
 
 OSStatus MoreSCOpen(Boolean lockThePrefs, Boolean waitForLock);
 void MoreSCClose(OSStatus* err, Boolean commit);

@@ -2,7 +2,7 @@
 // that their checks can name it; nothing outside the layer touches it.
 #pragma once
 
-#include "platform/SCPreferences.h"
+#include "platform/systemconfiguration/SCPreferences.h"
 
 extern SCPreferencesRef gPrefsRef;
 extern SInt32 gPrefsOpenCount;

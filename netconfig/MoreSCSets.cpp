@@ -3,10 +3,10 @@
 #include "netconfig/MoreSCPaths.h"
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSessionState.h"
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
-#include "platform/SCPreferences.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 
 // Sets live under the root key "Sets" (set ID -> set dictionary); the root

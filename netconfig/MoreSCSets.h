@@ -2,7 +2,7 @@
 // set IDs and set names.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 OSStatus MoreSCCopyCurrentSet(CFStringRef* setID);
 OSStatus MoreSCSetCurrentSet(CFStringRef setID);

@@ -1,7 +1,7 @@
 #include "plist/MoreCFQ.h"
 
-#include "platform/CFRef.h"
-#include "platform/MoreAssert.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/coreservices/MoreAssert.h"
 #include "plist/PointerBuffer.h"
 
 OSStatus CFQDictionaryCreateMutable(CFMutableDictionaryRef* result) {

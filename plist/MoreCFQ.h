@@ -7,7 +7,7 @@
 // on failure they stay nil.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 enum : OSStatus {
     kCFQKeyNotFoundErr = 5400,      // a key of the path is not present at its level

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/build.sh
+bash scripts/build.sh --tool-only
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 cp -R examples/root/. "$root"

@@ -1,4 +1,4 @@
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "tool/PACCommands.h"
 #include "tool/ProxiesValues.h"
 #include "tool/ServiceWalk.h"

@@ -1,5 +1,5 @@
-#include "platform/CFRef.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "tool/PACCommands.h"
 #include "tool/ProxiesValues.h"
 #include "tool/ServiceWalk.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/CFRef.h"
+#include "platform/corefoundation/CFRef.h"
 
 void GetCStringCut(CFTypeRef value, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
     if (bufferSize <= 0) return;

@@ -2,7 +2,7 @@
 // messages.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 // Copies the text of value into buffer (bufferSize bytes, NUL included) in
 // the given encoding. When the whole text does not fit, or cannot be

@@ -4,7 +4,7 @@
 // outcome is in the lines printed.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 // Prints "PACEnable : " and "PACURL : " lines for every active service that
 // has a "Proxies" entity. Never writes the store.

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "tool/MessageText.h"
 #include "tool/PACCommands.h"
 #include "tool/ProxiesValues.h"

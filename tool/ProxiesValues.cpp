@@ -1,6 +1,6 @@
 #include "tool/ProxiesValues.h"
 
-#include "platform/CFRef.h"
+#include "platform/corefoundation/CFRef.h"
 
 FlagReading ReadFlag(CFDictionaryRef proxies, CFStringRef key, SInt32* value) {
     *value = 0;

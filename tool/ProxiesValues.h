@@ -3,7 +3,7 @@
 // strings. Values of another type than expected never count as usable.
 #pragma once
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 enum class FlagReading {
     kAbsent,      // the key is not there

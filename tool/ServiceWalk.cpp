@@ -6,8 +6,8 @@
 #include "netconfig/MoreSCServices.h"
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSets.h"
-#include "platform/CFRef.h"
-#include "platform/SCSchemaDefinitions.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "tool/MessageText.h"
 
 ServiceLabel::ServiceLabel(CFTypeRef serviceID) {

@@ -13,7 +13,7 @@
 
 #include <functional>
 
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 // Names a service in messages: its service ID in UTF-8, at most 254 bytes.
 class ServiceLabel {

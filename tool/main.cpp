@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/CFRef.h"
+#include "platform/corefoundation/CFRef.h"
 #include "tool/PACCommands.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/CFRef.h"
-#include "platform/CoreFoundation.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/corefoundation/CoreFoundation.h"
 
 inline std::string Text(CFTypeRef value) {
     if (value == nullptr || CFGetTypeID(value) != CFStringGetTypeID()) return "<not a string>";

@@ -4,7 +4,7 @@
 
 #include "netconfig/MoreSCPaths.h"
 #include "netconfig/MoreSCSession.h"
-#include "platform/CFRef.h"
+#include "platform/corefoundation/CFRef.h"
 #include "support/TempRoot.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSessionState.h"
-#include "platform/CFRef.h"
-#include "platform/SCPreferencesInternal.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/systemconfiguration/SCPreferencesInternal.h"
 #include "support/TempRoot.h"
 
 namespace {

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/CFRef.h"
-#include "platform/SCPreferences.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/systemconfiguration/SCPreferences.h"
 #include "support/TempRoot.h"
 
 inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>

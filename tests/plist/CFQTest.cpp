@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/CFRef.h"
+#include "platform/corefoundation/CFRef.h"
 #include "plist/MoreCFQ.h"
 
 namespace {

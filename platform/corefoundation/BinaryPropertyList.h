@@ -1,0 +1,16 @@
+// The binary property-list format ("bplist00") written directly from a
+// CoreFoundation tree, in time linear in the size of the tree.
+//
+// The file is a header, the objects (each once; equal strings, numbers and
+// data are stored once and shared), a table of the objects' offsets and a
+// trailer that says where the table is and which object is the root.
+#pragma once
+
+#include <string>
+
+#include "platform/corefoundation/CoreFoundation.h"
+
+// Encodes the tree into *bytes. Returns false with *fault set when the tree
+// holds something a property list cannot carry (a key that is not a
+// string, an object of another type).
+bool BinaryPropertyListEncode(CFPropertyListRef root, std::string* bytes, std::string* fault);

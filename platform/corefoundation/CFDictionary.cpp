@@ -1,0 +1,333 @@
+// Key-value tables. Entries live in a vector in insertion order, so every
+// enumeration is deterministic; a hash index maps each key to its slot, so
+// lookups, insertions and removals take constant time on average. A removed
+// entry leaves a tombstone in the vector, and the vector is compacted once
+// tombstones make up half of it, which keeps long runs of removals linear.
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/corefoundation/CFObjectsInternal.h"
+
+namespace {
+
+const void* RetainObject(CFAllocatorRef, const void* value) { return CFRetain(value); }
+void ReleaseObject(CFAllocatorRef, const void* value) { CFRelease(value); }
+const void* CopyStringKey(CFAllocatorRef, const void* value) {
+    return CFStringCreateCopy(kCFAllocatorDefault, static_cast<CFStringRef>(value));
+}
+
+}  // namespace
+
+const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {0,       RetainObject, ReleaseObject, CFCopyDescription,
+                                                                CFEqual, CFHash};
+const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {
+    0, CopyStringKey, ReleaseObject, CFCopyDescription, CFEqual, CFHash};
+const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, RetainObject, ReleaseObject,
+                                                                    CFCopyDescription, CFEqual};
+
+struct __CFDictionary : __CFRuntimeBase {
+    struct Entry {
+        const void* key;
+        const void* value;
+        bool live;
+    };
+
+    // Hashing and equality of the index follow the key callbacks; without
+    // them keys are hashed and compared by address.
+    struct KeyHash {
+        const CFDictionaryKeyCallBacks* callBacks;
+        std::size_t operator()(const void* key) const {
+            return callBacks->hash != nil ? callBacks->hash(key) : std::hash<const void*>()(key);
+        }
+    };
+    struct KeyEqual {
+        const CFDictionaryKeyCallBacks* callBacks;
+        bool operator()(const void* a, const void* b) const {
+            return a == b || (callBacks->equal != nil && callBacks->equal(a, b));
+        }
+    };
+
+    __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks, const CFDictionaryValueCallBacks* valueCallBacks,
+                   bool isMutable)
+        : __CFRuntimeBase(cfrt::kDictionaryTypeID),
+          keyCallBacks_(keyCallBacks != nil ? *keyCallBacks : CFDictionaryKeyCallBacks{}),
+          valueCallBacks_(valueCallBacks != nil ? *valueCallBacks : CFDictionaryValueCallBacks{}),
+          mutable_(isMutable),
+          index_(0, KeyHash{&keyCallBacks_}, KeyEqual{&keyCallBacks_}) {}
+
+    ~__CFDictionary() override {
+        for (const Entry& entry : entries_) {
+            if (!entry.live) continue;
+            releaseKey(entry.key);
+            releaseValue(entry.value);
+        }
+    }
+
+    bool equal(const __CFRuntimeBase* other) const override {
+        const __CFDictionary& that = *static_cast<const __CFDictionary*>(other);
+        if (count() != that.count()) return false;
+        for (const Entry& entry : entries_) {
+            if (!entry.live) continue;
+            const Entry* match = that.find(entry.key);
+            if (match == nil || !equalValues(entry.value, match->value)) return false;
+        }
+        return true;
+    }
+    CFHashCode hash() const override { return count(); }
+    CFStringRef copyDescription() const override {
+        std::string text;
+        cfrt::AppendDictionaryDescription(text, this, 0);
+        return cfrt::MakeString(text);
+    }
+
+    std::size_t count() const { return index_.size(); }
+
+    const Entry* find(const void* key) const {
+        auto found = index_.find(key);
+        return found == index_.end() ? nil : &entries_[found->second];
+    }
+
+    void add(const void* key, const void* value) {
+        const void* ownKey = keyCallBacks_.retain != nil ? keyCallBacks_.retain(kCFAllocatorDefault, key) : key;
+        const void* ownValue = retainValue(value);
+        entries_.push_back(Entry{ownKey, ownValue, true});
+        index_.emplace(ownKey, entries_.size() - 1);
+    }
+
+    // The key keeps its place; the new value is retained before the old one
+    // is released, in case they are the same object.
+    void replace(const Entry* entry, const void* value) {
+        Entry& slot = const_cast<Entry&>(*entry);
+        const void* ownValue = retainValue(value);
+        const void* old = slot.value;
+        slot.value = ownValue;
+        releaseValue(old);
+    }
+
+    void remove(const void* key) {
+        auto found = index_.find(key);
+        if (found == index_.end()) return;
+        Entry removed = entries_[found->second];
+        entries_[found->second] = Entry{nil, nil, false};
+        index_.erase(found);
+        ++tombstones_;
+        compactIfSparse();
+        releaseKey(removed.key);
+        releaseValue(removed.value);
+    }
+
+    void removeAll() {
+        std::vector<Entry> old;
+        old.swap(entries_);
+        index_.clear();
+        tombstones_ = 0;
+        for (const Entry& entry : old) {
+            if (!entry.live) continue;
+            releaseKey(entry.key);
+            releaseValue(entry.value);
+        }
+    }
+
+    // Squeezes out tombstones once they make up half the storage, keeping
+    // the order of the live entries.
+    void compactIfSparse() {
+        if (index_.empty()) {
+            entries_.clear();
+            tombstones_ = 0;
+            return;
+        }
+        if (tombstones_ < 16 || tombstones_ * 2 < entries_.size()) return;
+        std::vector<std::size_t> moved(entries_.size());
+        std::vector<Entry> live;
+        live.reserve(index_.size());
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            if (!entries_[i].live) continue;
+            moved[i] = live.size();
+            live.push_back(entries_[i]);
+        }
+        for (auto& slot : index_) slot.second = moved[slot.second];
+        entries_.swap(live);
+        tombstones_ = 0;
+    }
+
+    const void* retainValue(const void* value) const {
+        return valueCallBacks_.retain != nil ? valueCallBacks_.retain(kCFAllocatorDefault, value) : value;
+    }
+    void releaseValue(const void* value) const {
+        if (valueCallBacks_.release != nil) valueCallBacks_.release(kCFAllocatorDefault, value);
+    }
+    void releaseKey(const void* key) const {
+        if (keyCallBacks_.release != nil) keyCallBacks_.release(kCFAllocatorDefault, key);
+    }
+    bool equalValues(const void* a, const void* b) const {
+        return a == b || (valueCallBacks_.equal != nil && valueCallBacks_.equal(a, b));
+    }
+
+    CFDictionaryKeyCallBacks keyCallBacks_;
+    CFDictionaryValueCallBacks valueCallBacks_;
+    bool mutable_;
+    std::vector<Entry> entries_;
+    std::size_t tombstones_ = 0;
+    std::unordered_map<const void*, std::size_t, KeyHash, KeyEqual> index_;
+};
+
+namespace {
+
+const __CFDictionary& Checked(CFDictionaryRef dict, const char* caller) {
+    return *static_cast<const __CFDictionary*>(cfrt::CheckedObject(dict, cfrt::kDictionaryTypeID, caller));
+}
+
+__CFDictionary& CheckedMutable(CFMutableDictionaryRef dict, const char* caller) {
+    __CFDictionary& d = const_cast<__CFDictionary&>(Checked(dict, caller));
+    if (!d.mutable_) cfrt::MutationOfImmutable("CFDictionary");
+    return d;
+}
+
+__CFDictionary* CopyOf(const __CFDictionary& source, bool isMutable) {
+    __CFDictionary* dict = new __CFDictionary(&source.keyCallBacks_, &source.valueCallBacks_, isMutable);
+    dict->entries_.reserve(source.count());
+    dict->index_.reserve(source.count());
+    for (const __CFDictionary::Entry& entry : source.entries_) {
+        if (entry.live) dict->add(entry.key, entry.value);
+    }
+    return dict;
+}
+
+}  // namespace
+
+namespace cfrt {
+
+void AppendDictionaryDescription(std::string& out, CFDictionaryRef theDict, int depth) {
+    const __CFDictionary& dict = *theDict;
+    if (dict.count() == 0) {
+        out += "{}";
+        return;
+    }
+    out += "{\n";
+    for (const __CFDictionary::Entry& entry : dict.entries_) {
+        if (!entry.live) continue;
+        AppendIndent(out, depth + 1);
+        AppendElementDescription(out, entry.key, dict.keyCallBacks_.copyDescription, depth + 1);
+        out += " = ";
+        AppendElementDescription(out, entry.value, dict.valueCallBacks_.copyDescription, depth + 1);
+        out += ";\n";
+    }
+    AppendIndent(out, depth);
+    out += "}";
+}
+
+}  // namespace cfrt
+
+// A key given twice keeps its first place and its last value.
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values, CFIndex numValues,
+                                   const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks) {
+    if (numValues < 0 || ((keys == nil || values == nil) && numValues > 0)) return nil;
+    __CFDictionary* dict = new __CFDictionary(keyCallBacks, valueCallBacks, false);
+    dict->entries_.reserve(static_cast<std::size_t>(numValues));
+    dict->index_.reserve(static_cast<std::size_t>(numValues));
+    for (CFIndex i = 0; i < numValues; ++i) {
+        const __CFDictionary::Entry* existing = dict->find(keys[i]);
+        if (existing != nil) {
+            dict->replace(existing, values[i]);
+        } else {
+            dict->add(keys[i], values[i]);
+        }
+    }
+    return dict;
+}
+
+CFDictionaryRef CFDictionaryCreateCopy(CFAllocatorRef, CFDictionaryRef theDict) {
+    return CopyOf(Checked(theDict, "CFDictionaryCreateCopy"), false);
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex capacity,
+                                                 const CFDictionaryKeyCallBacks* keyCallBacks,
+                                                 const CFDictionaryValueCallBacks* valueCallBacks) {
+    if (capacity < 0) return nil;
+    return new __CFDictionary(keyCallBacks, valueCallBacks, true);
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex capacity, CFDictionaryRef theDict) {
+    const __CFDictionary& source = Checked(theDict, "CFDictionaryCreateMutableCopy");
+    if (capacity < 0) return nil;
+    return CopyOf(source, true);
+}
+
+CFIndex CFDictionaryGetCount(CFDictionaryRef theDict) {
+    return static_cast<CFIndex>(Checked(theDict, "CFDictionaryGetCount").count());
+}
+
+const void* CFDictionaryGetValue(CFDictionaryRef theDict, const void* key) {
+    const __CFDictionary::Entry* entry = Checked(theDict, "CFDictionaryGetValue").find(key);
+    return entry != nil ? entry->value : nil;
+}
+
+Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef theDict, const void* key, const void** value) {
+    const __CFDictionary::Entry* entry = Checked(theDict, "CFDictionaryGetValueIfPresent").find(key);
+    if (entry == nil) return false;
+    if (value != nil) *value = entry->value;
+    return true;
+}
+
+Boolean CFDictionaryContainsKey(CFDictionaryRef theDict, const void* key) {
+    return Checked(theDict, "CFDictionaryContainsKey").find(key) != nil;
+}
+
+Boolean CFDictionaryContainsValue(CFDictionaryRef theDict, const void* value) {
+    const __CFDictionary& dict = Checked(theDict, "CFDictionaryContainsValue");
+    for (const __CFDictionary::Entry& entry : dict.entries_) {
+        if (entry.live && dict.equalValues(entry.value, value)) return true;
+    }
+    return false;
+}
+
+void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, const void** values) {
+    const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetKeysAndValues");
+    std::size_t out = 0;
+    for (const __CFDictionary::Entry& entry : dict.entries_) {
+        if (!entry.live) continue;
+        if (keys != nil) keys[out] = entry.key;
+        if (values != nil) values[out] = entry.value;
+        ++out;
+    }
+}
+
+void CFDictionaryApplyFunction(CFDictionaryRef theDict, CFDictionaryApplierFunction applier, void* context) {
+    const __CFDictionary& dict = Checked(theDict, "CFDictionaryApplyFunction");
+    if (applier == nil) return;
+    for (std::size_t i = 0; i < dict.entries_.size(); ++i) {
+        const __CFDictionary::Entry entry = dict.entries_[i];
+        if (entry.live) applier(entry.key, entry.value, context);
+    }
+}
+
+void CFDictionaryAddValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
+    if (dict.find(key) == nil) dict.add(key, value);
+}
+
+void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionarySetValue");
+    const __CFDictionary::Entry* existing = dict.find(key);
+    if (existing != nil) {
+        dict.replace(existing, value);
+    } else {
+        dict.add(key, value);
+    }
+}
+
+void CFDictionaryReplaceValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryReplaceValue");
+    const __CFDictionary::Entry* existing = dict.find(key);
+    if (existing != nil) dict.replace(existing, value);
+}
+
+void CFDictionaryRemoveValue(CFMutableDictionaryRef theDict, const void* key) {
+    CheckedMutable(theDict, "CFDictionaryRemoveValue").remove(key);
+}
+
+void CFDictionaryRemoveAllValues(CFMutableDictionaryRef theDict) {
+    CheckedMutable(theDict, "CFDictionaryRemoveAllValues").removeAll();
+}

@@ -1,0 +1,63 @@
+// Helpers shared by the runtime and the number, boolean, data, array,
+// dictionary and property-list sources: fixed type IDs, the fatal-misuse
+// report, and the pieces of the nested description of containers.
+#pragma once
+
+#include <string>
+
+#include "platform/corefoundation/CFRuntime.h"
+
+namespace cfrt {
+
+// Type IDs of the built-in types. Types registered at run time get IDs from
+// kFirstRegisteredTypeID on.
+enum : CFTypeID {
+    kStringTypeID = 1,
+    kNumberTypeID = 2,
+    kBooleanTypeID = 3,
+    kDataTypeID = 4,
+    kArrayTypeID = 5,
+    kDictionaryTypeID = 6,
+    kFirstRegisteredTypeID = 16,
+};
+
+// Writes "CoreFoundation: " + message to standard error and aborts, as
+// CoreFoundation halts on a misuse it cannot recover from.
+[[noreturn]] void Fatal(const std::string& message);
+// "CoreFoundation: attempt to mutate an immutable <typeName>", then abort.
+[[noreturn]] void MutationOfImmutable(const char* typeName);
+
+// The object behind cf, checked to be non-nil and of the given type;
+// otherwise a fatal misuse naming the caller.
+const __CFRuntimeBase* CheckedObject(CFTypeRef cf, CFTypeID typeID, const char* caller);
+
+// A new immutable string (owned by the caller) holding UTF-8 text.
+CFStringRef MakeString(const std::string& utf8);
+// The text of a string as UTF-8 ("" for nil).
+std::string StringText(CFStringRef string);
+
+// A description callback as arrays and dictionaries carry them.
+typedef CFStringRef (*DescriptionFunction)(const void* value);
+
+// Appends the description of one element of a container to out. Nested
+// arrays and dictionaries described through CFCopyDescription are laid out
+// over several lines, indented one level per depth; describe nil means the
+// element is not an object and is shown by its address.
+void AppendElementDescription(std::string& out, const void* value, DescriptionFunction describe, int depth);
+// Appends the indentation of one line at the given depth.
+void AppendIndent(std::string& out, int depth);
+
+// The nested layout of a container, written at the given depth (the
+// opening bracket goes where out currently ends).
+void AppendArrayDescription(std::string& out, CFArrayRef array, int depth);
+void AppendDictionaryDescription(std::string& out, CFDictionaryRef dict, int depth);
+
+// Hash mixing for value hashes.
+inline CFHashCode MixHash(CFHashCode h) {
+    h ^= h >> 33;
+    h *= 0xff51afd7ed558ccdULL;
+    h ^= h >> 33;
+    return h;
+}
+
+}  // namespace cfrt

@@ -1,0 +1,76 @@
+// The persistent network preferences store, with SystemConfiguration's names
+// and semantics, backed by a property-list file on disk.
+//
+// The default store is $TARNWICK_ROOT/Library/Preferences/SystemConfiguration/
+// preferences.plist; a non-nil prefsID names another file (absolute, or
+// relative to that folder). A missing file is an empty store. A file that
+// cannot be read, or is not a property list whose root is a dictionary,
+// makes SCPreferencesCreate fail: one line on standard error names the file
+// and the fault, and the file is never written.
+//
+// Paths are "/"-separated chains of dictionary keys from the root. A
+// dictionary holding "__LINK__" (a path string) stands for the node at that
+// path: lookups follow links in every component, writes follow them in
+// every component but the last. Values handed out by the Get calls are
+// borrowed: they belong to the store and must not be changed.
+//
+// Every call leaves its status for SCError(): kSCStatusOK on success.
+#pragma once
+
+#include "platform/corefoundation/CoreFoundation.h"
+
+typedef const struct __SCPreferences* SCPreferencesRef;
+
+enum {
+    kSCStatusOK = 0,
+    kSCStatusFailed = 1001,
+    kSCStatusInvalidArgument = 1002,
+    kSCStatusAccessError = 1003,
+    kSCStatusNoKey = 1004,
+    kSCStatusKeyExists = 1005,
+    kSCStatusLocked = 1006,
+    kSCStatusNeedLock = 1007,
+    kSCStatusNoPrefsSession = 3001,
+    kSCStatusPrefsBusy = 3002,
+    kSCStatusNoConfigFile = 3003,
+    kSCStatusNoLink = 3004,
+    kSCStatusStale = 3005,
+    kSCStatusMaxLink = 3006,
+};
+
+// The status left by the last SystemConfiguration call of this process.
+int SCError(void);
+const char* SCErrorString(int status);
+
+CFTypeID SCPreferencesGetTypeID(void);
+
+SCPreferencesRef SCPreferencesCreate(CFAllocatorRef allocator, CFStringRef name, CFStringRef prefsID);
+
+// Takes the store's cross-process lock, waiting for it or failing at once
+// with kSCStatusPrefsBusy. Fails with kSCStatusStale when the file changed
+// on disk since this handle read it.
+Boolean SCPreferencesLock(SCPreferencesRef prefs, Boolean wait);
+Boolean SCPreferencesUnlock(SCPreferencesRef prefs);
+
+// Writes the store to disk atomically when it differs from what was read;
+// does nothing otherwise. Fails with kSCStatusStale, writing nothing, when
+// the file changed on disk since it was read.
+Boolean SCPreferencesCommitChanges(SCPreferencesRef prefs);
+// Hands the committed configuration to the running system.
+Boolean SCPreferencesApplyChanges(SCPreferencesRef prefs);
+
+CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef prefs);
+CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef prefs, CFStringRef key);
+Boolean SCPreferencesAddValue(SCPreferencesRef prefs, CFStringRef key, CFPropertyListRef value);
+Boolean SCPreferencesSetValue(SCPreferencesRef prefs, CFStringRef key, CFPropertyListRef value);
+Boolean SCPreferencesRemoveValue(SCPreferencesRef prefs, CFStringRef key);
+
+CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef prefs, CFStringRef path);
+// Creates missing intermediate dictionaries.
+Boolean SCPreferencesPathSetValue(SCPreferencesRef prefs, CFStringRef path, CFDictionaryRef value);
+// Fails with kSCStatusNoKey when there is no node at path.
+Boolean SCPreferencesPathRemoveValue(SCPreferencesRef prefs, CFStringRef path);
+// The target path of the link at path, or nil (kSCStatusNoKey) when the
+// node is missing or is not a link.
+CFStringRef SCPreferencesPathGetLink(SCPreferencesRef prefs, CFStringRef path);
+Boolean SCPreferencesPathSetLink(SCPreferencesRef prefs, CFStringRef path, CFStringRef link);

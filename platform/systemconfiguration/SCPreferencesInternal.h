@@ -1,0 +1,43 @@
+// The inside of a preferences store handle, shared by the files that
+// implement the store (the handle and its file, and the path operations).
+#pragma once
+
+#include <string>
+
+#include "platform/corefoundation/CFRef.h"
+#include "platform/corefoundation/CFRuntime.h"
+#include "platform/posix/FileLock.h"
+#include "platform/corefoundation/PropertyListFile.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+
+struct __SCPreferences : __CFRuntimeBase {
+    __SCPreferences() : __CFRuntimeBase(SCPreferencesGetTypeID()) {}
+
+    std::string name;  // the client's name, for messages
+    std::string file;  // absolute path of the store file
+
+    // The store as this handle sees it. Every dictionary and array in it is
+    // mutable; one that anybody else has retained (a caller, or the saved
+    // tree below) is copied before it is changed, so nothing handed out or
+    // remembered ever changes under its holder.
+    CFRef<CFMutableDictionaryRef> tree;
+
+    // The store as it is on disk: the tree as read or last committed. It
+    // shares every unchanged node with tree.
+    CFRef<CFMutableDictionaryRef> saved;
+    std::string savedBytes;   // the file's bytes when read or last committed
+    bool savedExists = false;  // whether there was a file at all
+    PropertyListFormat format = PropertyListFormat::XML;
+
+    FileLock lock;
+};
+
+inline __SCPreferences* SCPreferencesInside(SCPreferencesRef prefs) { return const_cast<__SCPreferences*>(prefs); }
+
+// Records the status that SCError() reports.
+void _SCErrorSet(int status);
+
+// The root dictionary, made the handle's own first so that it may be
+// changed.
+CFMutableDictionaryRef SCPreferencesWritableRoot(__SCPreferences* prefs);
+

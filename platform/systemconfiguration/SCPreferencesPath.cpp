@@ -1,0 +1,212 @@
+// Path access to the store: "/"-separated chains of dictionary keys from the
+// root, through link dictionaries ("__LINK__" holding another path).
+#include <utility>
+#include <vector>
+
+#include "platform/systemconfiguration/SCPreferencesInternal.h"
+#include "platform/systemconfiguration/SCSchemaDefinitions.h"
+
+namespace {
+
+// More hops than this through links means a cycle, or a chain no sane
+// store holds.
+const int kMaxLinkHops = 16;
+
+using PathComponents = std::vector<CFRef<CFStringRef>>;
+
+// Splits a path into its keys; empty components ("//", a trailing "/") are
+// skipped, so "/" is the root. False when the path does not start with "/".
+bool SplitPath(CFStringRef path, PathComponents* components) {
+    components->clear();
+    if (path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return false;
+    if (CFStringGetLength(path) == 0 || CFStringGetCharacterAtIndex(path, 0) != '/') return false;
+    CFRef<CFArrayRef> pieces(CFStringCreateArrayBySeparatingStrings(kCFAllocatorDefault, path, CFSTR("/")));
+    if (!pieces) return false;
+    CFIndex count = CFArrayGetCount(pieces.get());
+    for (CFIndex i = 0; i < count; ++i) {
+        CFStringRef piece = static_cast<CFStringRef>(CFArrayGetValueAtIndex(pieces.get(), i));
+        if (CFStringGetLength(piece) > 0) components->push_back(CFRef<CFStringRef>::Retain(piece));
+    }
+    return true;
+}
+
+bool IsDictionary(CFTypeRef value) { return value != nil && CFGetTypeID(value) == CFDictionaryGetTypeID(); }
+
+// The target path of a link dictionary, or nil when value is not a link.
+CFStringRef LinkTarget(CFTypeRef value) {
+    if (!IsDictionary(value)) return nil;
+    CFTypeRef link = CFDictionaryGetValue(static_cast<CFDictionaryRef>(value), kSCResvLink);
+    return (link != nil && CFGetTypeID(link) == CFStringGetTypeID()) ? static_cast<CFStringRef>(link) : nil;
+}
+
+enum class Walk {
+    Lookup,  // every node on the way must exist; links are followed throughout
+    Write,   // the path may end in missing nodes; the last node's link is not followed
+};
+
+// Walks the tree from the root along components, following links. On
+// success *resolved holds the same place as a link-free chain of keys and
+// *node the node there (nil when a write walk ran into missing nodes, whose
+// keys are then the tail of *resolved). followLast says whether a link in
+// the last component is followed too.
+int WalkPath(CFDictionaryRef root, PathComponents components, Walk walk, bool followLast, PathComponents* resolved,
+             CFTypeRef* node) {
+    int hops = 0;
+    bool restart = true;
+    while (restart) {
+        restart = false;
+        resolved->clear();
+        CFTypeRef current = root;
+        for (std::size_t i = 0; i < components.size() && !restart; ++i) {
+            if (!IsDictionary(current)) return walk == Walk::Write ? kSCStatusFailed : kSCStatusNoKey;
+            CFTypeRef child = CFDictionaryGetValue(static_cast<CFDictionaryRef>(current), components[i].get());
+            if (child == nil) {
+                if (walk == Walk::Lookup) return kSCStatusNoKey;
+                for (std::size_t rest = i; rest < components.size(); ++rest) {
+                    resolved->push_back(std::move(components[rest]));
+                }
+                *node = nil;
+                return kSCStatusOK;
+            }
+            CFStringRef link = LinkTarget(child);
+            bool last = i + 1 == components.size();
+            if (link != nil && (!last || followLast)) {
+                // Continue from the root at the link's target, with the keys
+                // that were still to come appended.
+                if (++hops > kMaxLinkHops) return kSCStatusMaxLink;
+                PathComponents target;
+                if (!SplitPath(link, &target)) return kSCStatusNoKey;
+                for (std::size_t rest = i + 1; rest < components.size(); ++rest) {
+                    target.push_back(std::move(components[rest]));
+                }
+                components = std::move(target);
+                restart = true;
+            } else {
+                resolved->push_back(CFRef<CFStringRef>::Retain(components[i].get()));
+                current = child;
+            }
+        }
+        if (!restart) *node = current;
+    }
+    return kSCStatusOK;
+}
+
+// The child dictionary of parent at key, made parent's own first: when
+// someone else has retained it, a mutable copy takes its place. A missing
+// child is created.
+CFMutableDictionaryRef WritableChild(CFMutableDictionaryRef parent, CFStringRef key) {
+    CFTypeRef child = CFDictionaryGetValue(parent, key);
+    if (child != nil && CFGetRetainCount(child) == 1) {
+        return static_cast<CFMutableDictionaryRef>(const_cast<void*>(child));
+    }
+    CFRef<CFMutableDictionaryRef> own(
+        child != nil ? CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0, static_cast<CFDictionaryRef>(child))
+                     : CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                 &kCFTypeDictionaryValueCallBacks));
+    CFDictionarySetValue(parent, key, own.get());
+    return own.get();  // parent holds it now
+}
+
+// The dictionary at a link-free chain of keys, made the handle's own along
+// the whole way (missing dictionaries are created), so it may be changed.
+CFMutableDictionaryRef WritableDictionary(__SCPreferences* prefs, const PathComponents& keys, std::size_t count) {
+    CFMutableDictionaryRef current = SCPreferencesWritableRoot(prefs);
+    for (std::size_t i = 0; i < count; ++i) current = WritableChild(current, keys[i].get());
+    return current;
+}
+
+Boolean Finish(int status) {
+    _SCErrorSet(status);
+    return status == kSCStatusOK;
+}
+
+// Stores a private copy of value (a dictionary) at path; links are followed
+// in every component but the last, and missing dictionaries on the way are
+// created.
+Boolean StoreAtPath(SCPreferencesRef ref, CFStringRef path, CFDictionaryRef value) {
+    PathComponents components;
+    if (ref == nil || !IsDictionary(value)) return Finish(kSCStatusInvalidArgument);
+    if (!SplitPath(path, &components)) return Finish(kSCStatusInvalidArgument);
+    __SCPreferences* prefs = SCPreferencesInside(ref);
+
+    PathComponents resolved;
+    CFTypeRef node = nil;
+    int status = WalkPath(prefs->tree.get(), std::move(components), Walk::Write, false, &resolved, &node);
+    if (status != kSCStatusOK) return Finish(status);
+
+    CFRef<CFMutableDictionaryRef> copy(static_cast<CFMutableDictionaryRef>(const_cast<void*>(
+        CFPropertyListCreateDeepCopy(kCFAllocatorDefault, value, kCFPropertyListMutableContainers))));
+    if (!copy) return Finish(kSCStatusInvalidArgument);
+    if (resolved.empty()) {
+        // "/" names the root itself: the value becomes the whole store.
+        prefs->tree = std::move(copy);
+        return Finish(kSCStatusOK);
+    }
+    CFMutableDictionaryRef parent = WritableDictionary(prefs, resolved, resolved.size() - 1);
+    CFDictionarySetValue(parent, resolved.back().get(), copy.get());
+    return Finish(kSCStatusOK);
+}
+
+}  // namespace
+
+CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef ref, CFStringRef path) {
+    PathComponents components;
+    if (ref == nil || !SplitPath(path, &components)) {
+        _SCErrorSet(kSCStatusInvalidArgument);
+        return nil;
+    }
+    PathComponents resolved;
+    CFTypeRef node = nil;
+    int status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, true,
+                          &resolved, &node);
+    if (status == kSCStatusOK && !IsDictionary(node)) status = kSCStatusNoKey;
+    _SCErrorSet(status);
+    return status == kSCStatusOK ? static_cast<CFDictionaryRef>(node) : nil;
+}
+
+CFStringRef SCPreferencesPathGetLink(SCPreferencesRef ref, CFStringRef path) {
+    PathComponents components;
+    if (ref == nil || !SplitPath(path, &components)) {
+        _SCErrorSet(kSCStatusInvalidArgument);
+        return nil;
+    }
+    PathComponents resolved;
+    CFTypeRef node = nil;
+    int status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, false,
+                          &resolved, &node);
+    CFStringRef link = status == kSCStatusOK ? LinkTarget(node) : nil;
+    if (status == kSCStatusOK && link == nil) status = kSCStatusNoKey;
+    _SCErrorSet(status);
+    return link;
+}
+
+Boolean SCPreferencesPathSetValue(SCPreferencesRef ref, CFStringRef path, CFDictionaryRef value) {
+    return StoreAtPath(ref, path, value);
+}
+
+Boolean SCPreferencesPathSetLink(SCPreferencesRef ref, CFStringRef path, CFStringRef link) {
+    PathComponents target;
+    if (!SplitPath(link, &target)) return Finish(kSCStatusInvalidArgument);
+    const void* keys[] = {kSCResvLink};
+    const void* values[] = {link};
+    CFRef<CFDictionaryRef> linkDict(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
+                                                       &kCFTypeDictionaryKeyCallBacks,
+                                                       &kCFTypeDictionaryValueCallBacks));
+    return StoreAtPath(ref, path, linkDict.get());
+}
+
+Boolean SCPreferencesPathRemoveValue(SCPreferencesRef ref, CFStringRef path) {
+    PathComponents components;
+    if (ref == nil || !SplitPath(path, &components)) return Finish(kSCStatusInvalidArgument);
+    // The root itself cannot be removed.
+    if (components.empty()) return Finish(kSCStatusInvalidArgument);
+    __SCPreferences* prefs = SCPreferencesInside(ref);
+
+    PathComponents resolved;
+    CFTypeRef node = nil;
+    int status = WalkPath(prefs->tree.get(), std::move(components), Walk::Lookup, false, &resolved, &node);
+    if (status != kSCStatusOK) return Finish(status);
+    CFMutableDictionaryRef parent = WritableDictionary(prefs, resolved, resolved.size() - 1);
+    CFDictionaryRemoveValue(parent, resolved.back().get());
+    return Finish(kSCStatusOK);
+}
