@@ -2,11 +2,26 @@
 // std::unique_ptr. By default it takes over the caller's ownership claim
 // (the result of a "Create" or "Copy" call); CFRef<T>::Retain() retains a
 // borrowed ("Get") result instead. release() hands the claim back out.
+//
+// A holder of a mutable type moves into a holder of its immutable type
+// (CFRef<CFMutableDictionaryRef> into CFRef<CFDictionaryRef>), and any
+// holder into CFRef<CFTypeRef>: the same conversions the plain references
+// allow. The other direction does not compile.
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <utility>
 
 #include "platform/corefoundation/CoreFoundation.h"
+
+namespace cfref {
+
+// Reports a misuse of a holder on standard error, in the form of the
+// object runtime's own misuse reports, and ends the process.
+[[noreturn]] void Misuse(const char* what);
+
+}  // namespace cfref
 
 template <class T>
 class CFRef {
@@ -28,6 +43,18 @@ public:
         if (this != &other) reset(other.release());
         return *this;
     }
+
+    // Takes over a holder whose reference converts to T.
+    template <class U>
+        requires(!std::same_as<U, T> && std::convertible_to<U, T>)
+    CFRef(CFRef<U>&& other) noexcept : ref_(other.release()) {}
+    template <class U>
+        requires(!std::same_as<U, T> && std::convertible_to<U, T>)
+    CFRef& operator=(CFRef<U>&& other) noexcept {
+        reset(other.release());
+        return *this;
+    }
+
     ~CFRef() { reset(); }
 
     T get() const noexcept { return ref_; }
@@ -42,10 +69,13 @@ public:
         if (old != nullptr) CFRelease(old);
     }
 
-    // The slot to pass as an out-parameter of a "Create"/"Copy" call: it is
-    // emptied first, so it holds nil on entry as the calls require.
+    // The slot to pass as an out-parameter of a "Create"/"Copy" call, which
+    // requires it to hold nil on entry. Handing out a slot that still holds
+    // a reference would lose the reference or hide a second fill of the same
+    // holder, so it is a misuse that ends the process; reset() first when
+    // the holder is meant to be refilled.
     T* out() noexcept {
-        reset();
+        if (ref_ != nullptr) cfref::Misuse("CFRef::out() called on a holder that still holds a reference");
         return &ref_;
     }
 

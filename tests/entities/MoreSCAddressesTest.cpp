@@ -10,6 +10,7 @@ TEST(MacAddressText, FormatsLowerCaseWithoutTrailingColon) {
     CFRef<CFStringRef> text;
     ASSERT_EQ(noErr, MoreSCFCreateStringWithMacAddress(apple, text.out()));
     EXPECT_EQ("00:0a:95:9d:68:16", Text(text.get()));
+    text.reset();
     ASSERT_EQ(noErr, MoreSCFCreateStringWithMacAddress(broadcast, text.out()));
     EXPECT_EQ("ff:ff:ff:ff:ff:ff", Text(text.get()));
 }

@@ -18,6 +18,7 @@ TEST(InterfaceEntity, OptionalKeysOnlyWhenGiven) {
 
     digest = MoreSCInterfaceDigest{CFSTR("modem"), CFSTR("Modem"), CFSTR("V.92"), CFSTR("PPP"), CFSTR("PPPSerial"),
                                    CFSTR("Internal Modem")};
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateInterfaceEntity(&digest, entity.out()));
     EXPECT_EQ((Names{"DeviceName", "UserDefinedName", "Hardware", "Type", "SubType", "HardwareVariant"}),
               Keys(entity.get()));
@@ -46,9 +47,11 @@ TEST(HardwareEntities, EthernetAndAirPortCarryTheMacText) {
     EXPECT_EQ("00:0a:95:9d:68:16", StringAt(entity.get(), "MACAddress"));
 
     MoreSCAirPortDigest airPort{{0, 0x30, 0x65, 1, 2, 3}, nullptr};
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("AirPort"), &airPort, entity.out()));
     EXPECT_EQ((Names{"MACAddress"}), Keys(entity.get()));
     airPort.preferredNetwork = CFSTR("Home");
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("AirPort"), &airPort, entity.out()));
     EXPECT_EQ((Names{"MACAddress", "PreferredNetwork"}), Keys(entity.get()));
     EXPECT_EQ("00:30:65:01:02:03", StringAt(entity.get(), "MACAddress"));
@@ -68,6 +71,7 @@ TEST(HardwareEntities, ModemCompressionAlsoSetsErrorCorrection) {
     EXPECT_EQ("WaitForDialTone", StringAt(entity.get(), "DialMode"));
 
     digest = MoreSCModemDigest{CFSTR("Script"), 0, 0, 1, 0};
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateModemEntity(&digest, entity.out()));
     EXPECT_EQ(0, NumberAt(entity.get(), "DataCompression"));
     EXPECT_EQ(0, NumberAt(entity.get(), "ErrorCorrection"));

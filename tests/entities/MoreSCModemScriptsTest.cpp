@@ -75,11 +75,13 @@ TEST_F(ModemScriptsTest, MissingDefaultScriptGivesIndexZero) {
     AddScript(kLocal, "Hayes");
     AddScript(kSystem, "USRobotics");
     index = -1;
+    scripts.reset();
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
     EXPECT_EQ((std::vector<std::string>{"Hayes", "USRobotics"}), Strings(scripts.get()));
     EXPECT_EQ(0, index);
 
     // The index is optional.
+    scripts.reset();
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), nullptr));
     EXPECT_EQ(2, CFArrayGetCount(scripts.get()));
 }

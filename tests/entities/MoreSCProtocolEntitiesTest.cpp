@@ -19,6 +19,7 @@ const char* const kRouterWarning =
 
 // Builds an IPv4 entity and returns what it wrote on standard error.
 std::string BuildIPv4(const MoreSCIPv4Digest& digest, CFRef<CFDictionaryRef>& entity) {
+    entity.reset();
     testing::internal::CaptureStderr();
     EXPECT_EQ(noErr, MoreSCCreateIPv4Entity(&digest, entity.out()));
     return testing::internal::GetCapturedStderr();
@@ -73,6 +74,7 @@ TEST(DNSEntity, WritesOnlyTheListsItHas) {
 
     const CFStringRef domains[] = {CFSTR("example.com"), CFSTR("corp.example.com")};
     MoreSCDNSDigest searchOnly{0, nullptr, 2, domains};
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateDNSEntity(&searchOnly, entity.out()));
     EXPECT_EQ((Names{"SearchDomains"}), Keys(entity.get()));
     EXPECT_EQ((Names{"example.com", "corp.example.com"}),
@@ -80,6 +82,7 @@ TEST(DNSEntity, WritesOnlyTheListsItHas) {
 
     const MoreSCInetAddress servers[] = {inet_addr("8.8.8.8"), inet_addr("1.1.1.1")};
     MoreSCDNSDigest both{2, servers, 1, domains};
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateDNSEntity(&both, entity.out()));
     EXPECT_EQ((Names{"ServerAddresses", "SearchDomains"}), Keys(entity.get()));
     EXPECT_EQ((Names{"8.8.8.8", "1.1.1.1"}), Strings(static_cast<CFArrayRef>(ValueAt(entity.get(), "ServerAddresses"))));
@@ -120,6 +123,7 @@ TEST(AppleTalkEntity, InactiveMarkerAndNodeNumbers) {
     EXPECT_EQ(1, NumberAt(entity.get(), "__INACTIVE__"));
 
     digest = MoreSCAppleTalkDigest{1, CFSTR("Node"), 0, 0, 0, nullptr};
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateAppleTalkEntity(&digest, entity.out()));
     EXPECT_EQ((Names{"ConfigMethod"}), Keys(entity.get()));
 }
@@ -131,10 +135,12 @@ TEST(GlobalEntities, IPv4AndNetInfoOnly) {
     EXPECT_EQ((Names{"PPPOverridePrimary", "ServiceOrder"}), Keys(entity.get()));
     EXPECT_EQ(0, CFArrayGetCount(static_cast<CFArrayRef>(ValueAt(entity.get(), "ServiceOrder"))));
 
+    entity.reset();
     ASSERT_EQ(noErr, MoreSCCreateGlobalEntity(CFSTR("NetInfo"), &anyDigest, entity.out()));
     EXPECT_EQ(0, CFDictionaryGetCount(entity.get()));
 
     testing::internal::CaptureStderr();
+    entity.reset();
     EXPECT_EQ(-1, MoreSCCreateGlobalEntity(CFSTR("DNS"), &anyDigest, entity.out()));
     EXPECT_EQ("MoreAssertQ failure: false\n", testing::internal::GetCapturedStderr());
     EXPECT_EQ(nullptr, entity.get());

@@ -87,8 +87,10 @@ TEST_F(Paths, SetPathsComeFromTheIDOrTheCurrentSet) {
     // No set 7 exists; its path is made all the same.
     EXPECT_EQ(CopySetPath(CFSTR("7"), path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/Sets/7");
+    path.reset();
     EXPECT_EQ(CopySetGlobalsPath(nil, path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/Sets/0/Network/Global");
+    path.reset();
     EXPECT_EQ(CopySetServicesPath(CFSTR("7"), path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/Sets/7/Network/Service");
 }
@@ -109,17 +111,21 @@ TEST_F(Paths, ServicesAreReachedThroughTheSetsLinks) {
     CFRef<CFStringRef> path;
     EXPECT_EQ(CopyResolvedServicePath(CFSTR("0"), CFSTR("3"), path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/NetworkServices/3");
+    path.reset();
     EXPECT_EQ(CopyEntityPath(nil, CFSTR("L1"), CFSTR("Proxies"), path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/NetworkServices/3/Proxies");
 
     // A nil service means the set's globals, whether or not the set exists.
+    path.reset();
     EXPECT_EQ(CopyResolvedServicePath(CFSTR("9"), nil, path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/Sets/9/Network/Global");
+    path.reset();
     EXPECT_EQ(CopyEntityPath(CFSTR("9"), nil, CFSTR("IPv4"), path.out()), noErr);
     EXPECT_EQ(Text(path.get()), "/Sets/9/Network/Global/IPv4");
 
     // Not linked from the set, not a link, or no such set: unreachable.
     testing::internal::CaptureStderr();
+    path.reset();
     EXPECT_EQ(CopyResolvedServicePath(CFSTR("0"), CFSTR("12"), path.out()), kSCStatusNoKey);
     EXPECT_EQ(path.get(), nullptr);
     EXPECT_EQ(CopyResolvedServicePath(nil, CFSTR("5"), path.out()), kSCStatusNoKey);

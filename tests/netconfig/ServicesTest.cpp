@@ -13,6 +13,7 @@ TEST_F(Services, IDsComeInServiceOrderWhateverTheirState) {
     EXPECT_EQ(Texts(local.get()), (std::vector<std::string>{"3", "1", "2"}));
     EXPECT_EQ(Texts(resolved.get()), Texts(local.get()));
 
+    local.reset();
     EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("1"), local.out(), nullptr), noErr);
     EXPECT_EQ(Texts(local.get()), (std::vector<std::string>{"2", "4"}));
 }
@@ -34,6 +35,7 @@ TEST_F(Services, NamesAndRenamingThroughAnotherSet) {
     CFRef<CFStringRef> text;
     EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, CFSTR("1"), text.out()), noErr);
     EXPECT_EQ(Text(text.get()), "en0");
+    text.reset();
     EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, CFSTR("2"), text.out()), coreFoundationUnknownErr);
     EXPECT_EQ(text.get(), nullptr);
     EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, CFSTR("3"), text.out()), kSCStatusNoKey);

@@ -52,6 +52,7 @@ TEST_F(Sets, SetIDsWithoutCurrentSetFailOnlyWhenTheIndexIsAsked) {
     EXPECT_EQ(setIDs.get() != nullptr, true);
 
     CFIndex index = 0;
+    setIDs.reset();
     EXPECT_EQ(MoreSCCopySetIDs(setIDs.out(), &index), kSCStatusNoKey);
     EXPECT_EQ(setIDs.get(), nullptr);
     CFRef<CFStringRef> current;
@@ -63,6 +64,7 @@ TEST_F(Sets, NamesTellAMissingNameFromAMissingSet) {
     CFRef<CFStringRef> name;
     EXPECT_EQ(MoreSCCopyUserVisibleNameOfSet(CFSTR("0"), name.out()), noErr);
     EXPECT_EQ(Text(name.get()), "Automatic");
+    name.reset();
     EXPECT_EQ(MoreSCCopyUserVisibleNameOfSet(CFSTR("1"), name.out()), coreFoundationUnknownErr);
     EXPECT_EQ(name.get(), nullptr);
     EXPECT_EQ(MoreSCCopyUserVisibleNameOfSet(CFSTR("9"), name.out()), kSCStatusNoKey);
