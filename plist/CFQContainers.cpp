@@ -2,6 +2,7 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
+#include "plist/MoreCFQInternal.h"
 #include "plist/PointerBuffer.h"
 
 OSStatus CFQDictionaryCreateMutable(CFMutableDictionaryRef* result) {
@@ -104,4 +105,16 @@ OSStatus CFQDictionarySetNumber(CFMutableDictionaryRef dict, const void* key, SI
     if (!number) err = coreFoundationUnknownErr;
     if (err == noErr) CFDictionarySetValue(dict, key, number.get());
     return err;
+}
+
+CFRef<CFMutableDictionaryRef> CFQDictionaryCreateMutableCopy(CFDictionaryRef dict, OSStatus* err) {
+    CFRef<CFMutableDictionaryRef> copy(CFDictionaryCreateMutableCopy(nil, 0, dict));
+    *err = copy ? noErr : coreFoundationUnknownErr;
+    return copy;
+}
+
+CFRef<CFMutableArrayRef> CFQArrayCreateMutableCopy(CFArrayRef array, OSStatus* err) {
+    CFRef<CFMutableArrayRef> copy(CFArrayCreateMutableCopy(nil, 0, array));
+    *err = copy ? noErr : coreFoundationUnknownErr;
+    return copy;
 }

@@ -2,6 +2,7 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
+#include "plist/MoreCFQInternal.h"
 #include "plist/PointerBuffer.h"
 
 // Key paths: element i of a path is looked up in the dictionary reached by
