@@ -1,15 +1,19 @@
 #include "netconfig/MoreSCDelete.h"
 
+#include "netconfig/MoreSCDeleteInternal.h"
 #include "netconfig/MoreSCEntities.h"
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCEntitiesInternal.h"
+#include "netconfig/MoreSCPathsInternal.h"
 #include "netconfig/MoreSCServices.h"
 #include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSessionScope.h"
 #include "netconfig/MoreSCSessionState.h"
 #include "netconfig/MoreSCSets.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
+#include "plist/CFQTyped.h"
 #include "plist/MoreCFQ.h"
 
 // A service is stored once, under "NetworkServices", and sets link to it.
@@ -28,19 +32,87 @@ void CollectUnreferencedServices(OSStatus* err) {
     if (*err == noErr) *err = collectErr;
 }
 
+// Adds to referencedIDs the ID of every service each set links to: the IDs
+// the links point at, which are the keys of "NetworkServices", whatever the
+// set calls them locally.
+OSStatus AddLinkedServiceIDs(CFArrayRef setIDs, CFMutableDictionaryRef referencedIDs) {
+    OSStatus err = noErr;
+    CFIndex setCount = CFArrayGetCount(setIDs);
+    for (CFIndex setIndex = 0; err == noErr && setIndex < setCount; setIndex++) {
+        CFRef<CFArrayRef> serviceIDs;
+        err = MoreSCCopyServiceIDs(static_cast<CFStringRef>(CFArrayGetValueAtIndex(setIDs, setIndex)), nil,
+                                   serviceIDs.out());
+        CFIndex serviceCount = (err == noErr) ? CFArrayGetCount(serviceIDs.get()) : 0;
+        for (CFIndex serviceIndex = 0; serviceIndex < serviceCount; serviceIndex++) {
+            CFDictionarySetValue(referencedIDs, CFArrayGetValueAtIndex(serviceIDs.get(), serviceIndex), nil);
+        }
+    }
+    return err;
+}
+
+// The keys of "NetworkServices". Only the keys are kept: the store copies a
+// dictionary that someone else holds before changing it, so holding
+// "NetworkServices" across the removals would copy it once per removal.
+CFRef<CFArrayRef> CopyAllServiceIDs(OSStatus* status) {
+    CFTypeRef allServicesDict = nil;
+    CFRef<CFArrayRef> allServiceIDs;
+    OSStatus err = GetRootValue(kSCPrefNetworkServices, &allServicesDict);
+    MoreAssertQ((err != noErr) || (CFGetTypeID(allServicesDict) == CFDictionaryGetTypeID()));
+    CFDictionaryRef allServices = CFQCast<CFDictionaryRef>(allServicesDict);
+    if (err == noErr && allServices == nil) err = kSCStatusNoKey;
+    if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(allServices, allServiceIDs.out());
+    *status = err;
+    return allServiceIDs;
+}
+
+OSStatus RemoveService(CFStringRef serviceID) {
+    CFRef<CFStringRef> servicePath;
+    OSStatus err = CreateServicePathWithServiceID(serviceID, servicePath.out());
+    if (err == noErr) err = RemovePathValue(servicePath.get());
+    return err;
+}
+
+// Removes, in the order of allServiceIDs, each service not in referencedIDs.
+OSStatus RemoveServicesNotIn(CFArrayRef allServiceIDs, CFDictionaryRef referencedIDs) {
+    OSStatus err = noErr;
+    CFIndex serviceCount = CFArrayGetCount(allServiceIDs);
+    for (CFIndex serviceIndex = 0; err == noErr && serviceIndex < serviceCount; serviceIndex++) {
+        CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(allServiceIDs, serviceIndex));
+        if (!CFDictionaryContainsKey(referencedIDs, serviceID)) err = RemoveService(serviceID);
+    }
+    return err;
+}
+
+// Takes serviceID out of both halves of a set: its link and its place in
+// the order. A service the order does not list leaves the order as it is.
+void RemoveServiceFromSet(CFMutableDictionaryRef newServicesDict, CFMutableArrayRef newServiceOrder,
+                          CFStringRef serviceID) {
+    MoreAssertQ(CFDictionaryContainsKey(newServicesDict, serviceID));
+    MoreAssertQ(CFArrayContainsValue(newServiceOrder, CFRangeMake(0, CFArrayGetCount(newServiceOrder)), serviceID));
+
+    CFDictionaryRemoveValue(newServicesDict, serviceID);
+    CFIndex serviceIndex =
+        CFArrayGetFirstIndexOfValue(newServiceOrder, CFRangeMake(0, CFArrayGetCount(newServiceOrder)), serviceID);
+    MoreAssertQ(serviceIndex != kCFNotFound);
+    if (serviceIndex != kCFNotFound) CFArrayRemoveValueAtIndex(newServiceOrder, serviceIndex);
+}
+
 }  // namespace
 
 OSStatus MoreSCSetServiceActive(CFStringRef setID, CFStringRef serviceID, Boolean active) {
     MoreAssertQ(serviceID != nil);
 
-    CFRef<CFMutableDictionaryRef> entitiesDict;
-    Boolean changed = false;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
-    if (err == noErr) err = SetDictionaryActive(entitiesDict.get(), active, &changed);
-    if (err == noErr && changed) err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
-    // A service already in the wanted state asks for no save.
-    MoreSCClose(&err, changed);
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFMutableDictionaryRef> entitiesDict;
+        Boolean changed = false;
+        if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
+        if (err == noErr) err = SetDictionaryActive(entitiesDict.get(), active, &changed);
+        if (err == noErr && changed) err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
+        // A service already in the wanted state asks for no save.
+        session.SetCommit(changed);
+    }
     return err;
 }
 
@@ -51,100 +123,49 @@ OSStatus DeleteUnreferencedServices(void) {
     // retained and compared by value, values null.
     CFRef<CFMutableDictionaryRef> referencedIDs(
         CFDictionaryCreateMutable(nil, 0, &kCFTypeDictionaryKeyCallBacks, nil));
-    OSStatus err = referencedIDs ? noErr : coreFoundationUnknownErr;
-
     CFRef<CFArrayRef> setIDs;
-    if (err == noErr) err = MoreSCCopySetIDs(setIDs.out(), nil);
-    if (err == noErr) {
-        CFIndex setCount = CFArrayGetCount(setIDs.get());
-        for (CFIndex setIndex = 0; err == noErr && setIndex < setCount; setIndex++) {
-            // The IDs the links point at, which are the keys of
-            // "NetworkServices", whatever the set calls them locally.
-            CFRef<CFArrayRef> serviceIDs;
-            err = MoreSCCopyServiceIDs(static_cast<CFStringRef>(CFArrayGetValueAtIndex(setIDs.get(), setIndex)),
-                                       nil, serviceIDs.out());
-            if (err == noErr) {
-                CFIndex serviceCount = CFArrayGetCount(serviceIDs.get());
-                for (CFIndex serviceIndex = 0; serviceIndex < serviceCount; serviceIndex++) {
-                    CFDictionarySetValue(referencedIDs.get(), CFArrayGetValueAtIndex(serviceIDs.get(), serviceIndex),
-                                         nil);
-                }
-            }
-        }
-    }
-
-    // Only the keys are kept: the store copies a dictionary that someone
-    // else holds before changing it, so holding "NetworkServices" across the
-    // removals below would copy it once per removal.
     CFRef<CFArrayRef> allServiceIDs;
-    if (err == noErr) {
-        CFDictionaryRef allServicesDict = static_cast<CFDictionaryRef>(
-            SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefNetworkServices));
-        err = MoreSCError(allServicesDict);
-        MoreAssertQ((err != noErr) || (CFGetTypeID(allServicesDict) == CFDictionaryGetTypeID()));
-        if (err == noErr && CFGetTypeID(allServicesDict) != CFDictionaryGetTypeID()) err = kSCStatusNoKey;
-        if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(allServicesDict, allServiceIDs.out());
-    }
-    if (err == noErr) {
-        CFIndex serviceCount = CFArrayGetCount(allServiceIDs.get());
-        for (CFIndex serviceIndex = 0; err == noErr && serviceIndex < serviceCount; serviceIndex++) {
-            CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(allServiceIDs.get(), serviceIndex));
-            if (CFDictionaryContainsKey(referencedIDs.get(), serviceID)) continue;
-
-            CFRef<CFStringRef> servicePath;
-            err = CreateServicePathWithServiceID(serviceID, servicePath.out());
-            if (err == noErr) {
-                err = MoreSCErrorBoolean(SCPreferencesPathRemoveValue(MoreSCGetSCPreferencesRef(), servicePath.get()));
-            }
-        }
-    }
+    OSStatus err = referencedIDs ? noErr : coreFoundationUnknownErr;
+    if (err == noErr) err = MoreSCCopySetIDs(setIDs.out(), nil);
+    if (err == noErr) err = AddLinkedServiceIDs(setIDs.get(), referencedIDs.get());
+    if (err == noErr) allServiceIDs = CopyAllServiceIDs(&err);
+    if (err == noErr) err = RemoveServicesNotIn(allServiceIDs.get(), referencedIDs.get());
     return err;
 }
 
 OSStatus MoreSCDeleteService(CFStringRef setID, CFStringRef serviceID) {
     MoreAssertQ(serviceID != nil);
 
-    // Takes the service out of both halves of the set, its link and its
-    // place in the order, then collects it if no other set links to it.
-    CFRef<CFMutableDictionaryRef> servicesDictHolder;
-    CFRef<CFMutableArrayRef> serviceOrderHolder;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyServicesDictMutable(setID, servicesDictHolder.out(), serviceOrderHolder.out());
-    if (err == noErr) {
-        CFMutableDictionaryRef newServicesDict = servicesDictHolder.get();
-        CFMutableArrayRef newServiceOrder = serviceOrderHolder.get();
-        MoreAssertQ(CFDictionaryContainsKey(newServicesDict, serviceID));
-        MoreAssertQ(CFArrayContainsValue(newServiceOrder, CFRangeMake(0, CFArrayGetCount(newServiceOrder)), serviceID));
-
-        CFDictionaryRemoveValue(newServicesDict, serviceID);
-        CFIndex serviceIndex =
-            CFArrayGetFirstIndexOfValue(newServiceOrder, CFRangeMake(0, CFArrayGetCount(newServiceOrder)), serviceID);
-        MoreAssertQ(serviceIndex != kCFNotFound);
-        // A service the order does not list leaves the order as it is.
-        if (serviceIndex != kCFNotFound) CFArrayRemoveValueAtIndex(newServiceOrder, serviceIndex);
-
-        err = MoreSCSetServicesDict(setID, newServicesDict, newServiceOrder);
+    // Takes the service out of the set, then collects it if no other set
+    // links to it.
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFMutableDictionaryRef> newServicesDict;
+        CFRef<CFMutableArrayRef> newServiceOrder;
+        if (err == noErr) err = MoreSCCopyServicesDictMutable(setID, newServicesDict.out(), newServiceOrder.out());
+        if (err == noErr) RemoveServiceFromSet(newServicesDict.get(), newServiceOrder.get(), serviceID);
+        if (err == noErr) err = MoreSCSetServicesDict(setID, newServicesDict.get(), newServiceOrder.get());
+        CollectUnreferencedServices(&err);
     }
-    CollectUnreferencedServices(&err);
-    MoreSCClose(&err, true);
     return err;
 }
 
 OSStatus MoreSCDeleteSet(CFStringRef setID) {
     MoreAssertQ(setID != nil);
 
-    CFRef<CFStringRef> currentSetID;
-    CFRef<CFStringRef> setPath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyCurrentSet(currentSetID.out());
-    // The current set is never deleted.
-    if (err == noErr && CFEqual(setID, currentSetID.get())) err = paramErr;
-    if (err == noErr) err = CreateSetPathWithSetID(setID, setPath.out());
-    if (err == noErr) {
-        err = MoreSCErrorBoolean(SCPreferencesPathRemoveValue(MoreSCGetSCPreferencesRef(), setPath.get()));
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFStringRef> currentSetID;
+        CFRef<CFStringRef> setPath;
+        if (err == noErr) err = MoreSCCopyCurrentSet(currentSetID.out());
+        // The current set is never deleted.
+        if (err == noErr && CFEqual(setID, currentSetID.get())) err = paramErr;
+        if (err == noErr) err = CreateSetPathWithSetID(setID, setPath.out());
+        if (err == noErr) err = RemovePathValue(setPath.get());
+        // The set's services that no remaining set links to go with it.
+        CollectUnreferencedServices(&err);
     }
-    // The set's services that no remaining set links to go with it.
-    CollectUnreferencedServices(&err);
-    MoreSCClose(&err, true);
     return err;
 }

@@ -2,13 +2,16 @@
 
 #include <vector>
 
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCEntitiesInternal.h"
+#include "netconfig/MoreSCPathsInternal.h"
 #include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSessionScope.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
-#include "platform/systemconfiguration/SCPreferences.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
+#include "plist/CFQTyped.h"
 #include "plist/MoreCFQ.h"
+#include "plist/MoreCFQInternal.h"
 
 // A service's own dictionary (its entities dictionary) holds one entity per
 // protocol name ("IPv4", "Proxies", ...) beside the service's
@@ -17,6 +20,62 @@
 // set's link. A nil service ID names the set's Network/Global dictionary
 // instead, so the same operations edit the set's global entities.
 
+namespace {
+
+// Calls visit(protocol, entity) for each entity of entitiesDict, in the
+// dictionary's order. It works from a snapshot of the entries, so visit may
+// remove the entry it is given: the dictionary retains its own keys, so a
+// key stays valid until it is removed.
+template <class Visit>
+void ForEachEntity(CFDictionaryRef entitiesDict, Visit visit) {
+    CFIndex dictCount = CFDictionaryGetCount(entitiesDict);
+    std::vector<const void*> keys(dictCount);
+    std::vector<const void*> values(dictCount);
+    CFDictionaryGetKeysAndValues(entitiesDict, keys.data(), values.data());
+    for (CFIndex entryIndex = 0; entryIndex < dictCount; entryIndex++) {
+        CFDictionaryRef entity = CFQCast<CFDictionaryRef>(values[entryIndex]);
+        if (entity != nil) visit(keys[entryIndex], entity);
+    }
+}
+
+// Appends each entity's protocol to protocols and the entity to values,
+// for the arrays that are given.
+void AppendEntities(CFDictionaryRef entitiesDict, CFMutableArrayRef protocols, CFMutableArrayRef values) {
+    ForEachEntity(entitiesDict, [&](const void* protocol, CFDictionaryRef entity) {
+        if (protocols != nil) CFArrayAppendValue(protocols, protocol);
+        if (values != nil) CFArrayAppendValue(values, entity);
+    });
+}
+
+void RemoveEntity(CFMutableDictionaryRef entitiesDict, CFStringRef protocol) {
+    CFIndex dictCount = CFDictionaryGetCount(entitiesDict);
+    CFDictionaryRemoveValue(entitiesDict, protocol);
+    MoreAssertQ(CFDictionaryGetCount(entitiesDict) == (dictCount - 1));
+}
+
+// Removes every entity, keeping what is not one (the name and the inactive
+// marker), then adds entityValues[i] under entityProtocols[i]. Adding never
+// replaces a key that is still there ("UserDefinedName", say); the count
+// check reports such input.
+void ReplaceEntities(CFMutableDictionaryRef entitiesDict, CFArrayRef entityProtocols, CFArrayRef entityValues) {
+    CFIndex dictCount = CFDictionaryGetCount(entitiesDict);
+    CFIndex deletedCount = 0;
+    ForEachEntity(entitiesDict, [&](const void* protocol, CFDictionaryRef) {
+        CFDictionaryRemoveValue(entitiesDict, protocol);
+        deletedCount += 1;
+    });
+
+    CFIndex entityCount = CFArrayGetCount(entityProtocols);
+    CFIndex valueCount = CFArrayGetCount(entityValues);
+    for (CFIndex entityIndex = 0; entityIndex < entityCount && entityIndex < valueCount; entityIndex++) {
+        CFDictionaryAddValue(entitiesDict, CFArrayGetValueAtIndex(entityProtocols, entityIndex),
+                             CFArrayGetValueAtIndex(entityValues, entityIndex));
+    }
+    MoreAssertQ(CFDictionaryGetCount(entitiesDict) == ((dictCount - deletedCount) + entityCount));
+}
+
+}  // namespace
+
 OSStatus MoreSCCopyEntity(CFStringRef setID, CFStringRef serviceID, CFStringRef protocol, CFDictionaryRef* entity) {
     MoreAssertQ(protocol != nil);
     MoreAssertQ(entity != nil);
@@ -24,15 +83,14 @@ OSStatus MoreSCCopyEntity(CFStringRef setID, CFStringRef serviceID, CFStringRef 
 
     // An absent entity is an error (the store's status, 1004 for a missing
     // path), never success with nothing.
-    CFRef<CFStringRef> entityPath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CopyEntityPath(setID, serviceID, protocol, entityPath.out());
+    OSStatus err = noErr;
     CFRef<CFDictionaryRef> found;
-    if (err == noErr) {
-        found = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), entityPath.get()));
-        err = MoreSCError(found.get());
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFStringRef> entityPath;
+        if (err == noErr) err = CopyEntityPath(setID, serviceID, protocol, entityPath.out());
+        if (err == noErr) found = CopyPathValue(entityPath.get(), &err);
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *entity = found.release();
     MoreAssertQ((err != noErr) || (CFGetTypeID(*entity) == CFDictionaryGetTypeID()));
@@ -47,11 +105,10 @@ OSStatus MoreSCCopyEntityMutable(CFStringRef setID, CFStringRef serviceID, CFStr
     MoreAssertQ(*entity == nil);
 
     CFRef<CFDictionaryRef> immutableEntity;
+    CFRef<CFMutableDictionaryRef> mutableEntity;
     OSStatus err = MoreSCCopyEntity(setID, serviceID, protocol, immutableEntity.out());
-    if (err == noErr) {
-        *entity = CFDictionaryCreateMutableCopy(nil, 0, immutableEntity.get());
-        if (*entity == nil) err = coreFoundationUnknownErr;
-    }
+    if (err == noErr) mutableEntity = CFQDictionaryCreateMutableCopy(immutableEntity.get(), &err);
+    if (err == noErr) *entity = mutableEntity.release();
 
     MoreAssertQ((err == noErr) == (*entity != nil));
     return err;
@@ -63,13 +120,13 @@ OSStatus MoreSCSetEntity(CFStringRef setID, CFStringRef serviceID, CFStringRef p
 
     // Adds the entity or replaces the old one whole. The service must be
     // linked from the set; the entity need not exist yet.
-    CFRef<CFStringRef> entityPath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CopyEntityPath(setID, serviceID, protocol, entityPath.out());
-    if (err == noErr) {
-        err = MoreSCErrorBoolean(SCPreferencesPathSetValue(MoreSCGetSCPreferencesRef(), entityPath.get(), entity));
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFStringRef> entityPath;
+        if (err == noErr) err = CopyEntityPath(setID, serviceID, protocol, entityPath.out());
+        if (err == noErr) err = SetPathValue(entityPath.get(), entity);
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -77,12 +134,14 @@ OSStatus MoreSCIsEntityActive(CFStringRef setID, CFStringRef serviceID, CFString
     MoreAssertQ(protocol != nil);
     MoreAssertQ(active != nil);
 
-    CFRef<CFDictionaryRef> entity;
+    OSStatus err = noErr;
     Boolean entityActive = false;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntity(setID, serviceID, protocol, entity.out());
-    if (err == noErr) entityActive = !CFDictionaryContainsKey(entity.get(), kSCResvInactive);
-    MoreSCClose(&err, false);
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFDictionaryRef> entity;
+        if (err == noErr) err = MoreSCCopyEntity(setID, serviceID, protocol, entity.out());
+        if (err == noErr) entityActive = !CFDictionaryContainsKey(entity.get(), kSCResvInactive);
+    }
 
     // On failure, an absent entity included, the caller's boolean is kept.
     if (err == noErr) *active = entityActive;
@@ -90,15 +149,18 @@ OSStatus MoreSCIsEntityActive(CFStringRef setID, CFStringRef serviceID, CFString
 }
 
 OSStatus MoreSCSetEntityActive(CFStringRef setID, CFStringRef serviceID, CFStringRef protocol, Boolean active) {
-    CFRef<CFMutableDictionaryRef> entity;
-    Boolean changed = false;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntityMutable(setID, serviceID, protocol, entity.out());
-    if (err == noErr) err = SetDictionaryActive(entity.get(), active, &changed);
-    if (err == noErr && changed) err = MoreSCSetEntity(setID, serviceID, protocol, entity.get());
-    // An entity already in the wanted state is not written and does not ask
-    // for a save.
-    MoreSCClose(&err, changed);
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFMutableDictionaryRef> entity;
+        Boolean changed = false;
+        if (err == noErr) err = MoreSCCopyEntityMutable(setID, serviceID, protocol, entity.out());
+        if (err == noErr) err = SetDictionaryActive(entity.get(), active, &changed);
+        if (err == noErr && changed) err = MoreSCSetEntity(setID, serviceID, protocol, entity.get());
+        // An entity already in the wanted state is not written and does not
+        // ask for a save.
+        session.SetCommit(changed);
+    }
     return err;
 }
 
@@ -107,15 +169,14 @@ OSStatus MoreSCCopyEntitiesDict(CFStringRef setID, CFStringRef serviceID, CFDict
     MoreAssertQ(*entitiesDict == nil);
 
     // The store's own dictionary: callers must not change it.
-    CFRef<CFStringRef> servicePath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
+    OSStatus err = noErr;
     CFRef<CFDictionaryRef> found;
-    if (err == noErr) {
-        found = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), servicePath.get()));
-        err = MoreSCError(found.get());
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFStringRef> servicePath;
+        if (err == noErr) err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
+        if (err == noErr) found = CopyPathValue(servicePath.get(), &err);
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *entitiesDict = found.release();
     MoreAssertQ((err != noErr) || (CFGetTypeID(*entitiesDict) == CFDictionaryGetTypeID()));
@@ -129,11 +190,10 @@ OSStatus MoreSCCopyEntitiesDictMutable(CFStringRef setID, CFStringRef serviceID,
     MoreAssertQ(*entitiesDict == nil);
 
     CFRef<CFDictionaryRef> immutableDict;
+    CFRef<CFMutableDictionaryRef> mutableDict;
     OSStatus err = MoreSCCopyEntitiesDict(setID, serviceID, immutableDict.out());
-    if (err == noErr) {
-        *entitiesDict = CFDictionaryCreateMutableCopy(nil, 0, immutableDict.get());
-        if (*entitiesDict == nil) err = coreFoundationUnknownErr;
-    }
+    if (err == noErr) mutableDict = CFQDictionaryCreateMutableCopy(immutableDict.get(), &err);
+    if (err == noErr) *entitiesDict = mutableDict.release();
 
     MoreAssertQ((err == noErr) == (*entitiesDict != nil));
     return err;
@@ -143,14 +203,13 @@ OSStatus MoreSCSetEntitiesDict(CFStringRef setID, CFStringRef serviceID, CFDicti
     MoreAssertQ(entitiesDict != nil);
 
     // Replaces the whole service dictionary: entities, name and marker.
-    CFRef<CFStringRef> servicePath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
-    if (err == noErr) {
-        err = MoreSCErrorBoolean(
-            SCPreferencesPathSetValue(MoreSCGetSCPreferencesRef(), servicePath.get(), entitiesDict));
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFStringRef> servicePath;
+        if (err == noErr) err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
+        if (err == noErr) err = SetPathValue(servicePath.get(), entitiesDict);
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -160,36 +219,23 @@ OSStatus MoreSCCopyEntities(CFStringRef setID, CFStringRef serviceID, CFArrayRef
     MoreAssertQ((entityProtocols == nil) || (*entityProtocols == nil));
     MoreAssertQ((entityValues == nil) || (*entityValues == nil));
 
-    CFRef<CFDictionaryRef> entitiesDict;
-    CFRef<CFMutableArrayRef> protocols;
-    CFRef<CFMutableArrayRef> values;
-
     // A service that cannot be read fails the call with the read's status;
     // each array is made when the caller asks for it, so the values can be
-    // had on their own.
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
-    if (err == noErr && entityProtocols != nil) err = CFQArrayCreateMutable(protocols.out());
-    if (err == noErr && entityValues != nil) err = CFQArrayCreateMutable(values.out());
-    if (err == noErr) {
-        // The entities are the values that are dictionaries, in the
-        // dictionary's own order; protocol i names value i.
-        CFIndex dictCount = CFDictionaryGetCount(entitiesDict.get());
-        std::vector<const void*> keys(dictCount);
-        std::vector<const void*> dictValues(dictCount);
-        CFDictionaryGetKeysAndValues(entitiesDict.get(), keys.data(), dictValues.data());
-        for (CFIndex entryIndex = 0; entryIndex < dictCount; entryIndex++) {
-            if (CFGetTypeID(dictValues[entryIndex]) != CFDictionaryGetTypeID()) continue;
-            if (protocols) CFArrayAppendValue(protocols.get(), keys[entryIndex]);
-            if (values) CFArrayAppendValue(values.get(), dictValues[entryIndex]);
-        }
+    // had on their own. Protocol i names value i.
+    OSStatus err = noErr;
+    CFRef<CFMutableArrayRef> protocols;
+    CFRef<CFMutableArrayRef> values;
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
+        if (err == noErr && entityProtocols != nil) err = CFQArrayCreateMutable(protocols.out());
+        if (err == noErr && entityValues != nil) err = CFQArrayCreateMutable(values.out());
+        if (err == noErr) AppendEntities(entitiesDict.get(), protocols.get(), values.get());
     }
-    MoreSCClose(&err, false);
 
-    if (err == noErr) {
-        if (entityProtocols != nil) *entityProtocols = protocols.release();
-        if (entityValues != nil) *entityValues = values.release();
-    }
+    if (err == noErr && entityProtocols != nil) *entityProtocols = protocols.release();
+    if (err == noErr && entityValues != nil) *entityValues = values.release();
     MoreAssertQ((err == noErr) == (entityProtocols == nil || *entityProtocols != nil));
     MoreAssertQ((err == noErr) == (entityValues == nil || *entityValues != nil));
     MoreAssertQ((err != noErr) || (entityProtocols == nil) || (entityValues == nil) || (CFArrayGetCount(*entityProtocols) == CFArrayGetCount(*entityValues)));
@@ -202,15 +248,15 @@ OSStatus MoreSCNewEntity(CFStringRef setID, CFStringRef serviceID, CFStringRef p
 
     // Unlike MoreSCSetEntity, never replaces: a protocol already present is
     // a bad argument and nothing is written.
-    CFRef<CFMutableDictionaryRef> entitiesDict;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
-    if (err == noErr && CFDictionaryContainsKey(entitiesDict.get(), protocol)) err = paramErr;
-    if (err == noErr) {
-        CFDictionaryAddValue(entitiesDict.get(), protocol, entity);
-        err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFMutableDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
+        if (err == noErr && CFDictionaryContainsKey(entitiesDict.get(), protocol)) err = paramErr;
+        if (err == noErr) CFDictionaryAddValue(entitiesDict.get(), protocol, entity);
+        if (err == noErr) err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -219,17 +265,14 @@ OSStatus MoreSCDeleteEntity(CFStringRef setID, CFStringRef serviceID, CFStringRe
 
     // Deleting an entity that is not there is reported but is no error; the
     // unchanged dictionary is still written back.
-    CFRef<CFMutableDictionaryRef> entitiesDictHolder;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDictHolder.out());
-    if (err == noErr) {
-        CFMutableDictionaryRef entitiesDict = entitiesDictHolder.get();
-        CFIndex dictCount = CFDictionaryGetCount(entitiesDict);
-        CFDictionaryRemoveValue(entitiesDict, protocol);
-        MoreAssertQ(CFDictionaryGetCount(entitiesDict) == (dictCount - 1));
-        err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict);
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFMutableDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
+        if (err == noErr) RemoveEntity(entitiesDict.get(), protocol);
+        if (err == noErr) err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -241,40 +284,14 @@ OSStatus MoreSCSetEntities(CFStringRef setID, CFStringRef serviceID, CFArrayRef 
 
     // Replaces every entity of the service at once while keeping what is
     // not an entity: the name and the inactive marker.
-    CFRef<CFMutableDictionaryRef> entitiesDictHolder;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDictHolder.out());
-    if (err == noErr) {
-        CFMutableDictionaryRef entitiesDict = entitiesDictHolder.get();
-        CFIndex dictCount = CFDictionaryGetCount(entitiesDict);
-
-        // Removing while enumerating is not allowed: work from a snapshot.
-        // The dictionary retains its own keys, so the snapshot's keys stay
-        // valid until they are removed, and each is used before that.
-        std::vector<const void*> keys(dictCount);
-        std::vector<const void*> values(dictCount);
-        CFDictionaryGetKeysAndValues(entitiesDict, keys.data(), values.data());
-        CFIndex deletedCount = 0;
-        for (CFIndex entryIndex = 0; entryIndex < dictCount; entryIndex++) {
-            if (CFGetTypeID(values[entryIndex]) == CFDictionaryGetTypeID()) {
-                CFDictionaryRemoveValue(entitiesDict, keys[entryIndex]);
-                deletedCount += 1;
-            }
-        }
-
-        // Adding never replaces a key that is still there ("UserDefinedName",
-        // say); the count check below reports such input.
-        CFIndex entityCount = CFArrayGetCount(entityProtocols);
-        CFIndex valueCount = CFArrayGetCount(entityValues);
-        for (CFIndex entityIndex = 0; entityIndex < entityCount && entityIndex < valueCount; entityIndex++) {
-            CFDictionaryAddValue(entitiesDict, CFArrayGetValueAtIndex(entityProtocols, entityIndex),
-                                 CFArrayGetValueAtIndex(entityValues, entityIndex));
-        }
-        MoreAssertQ(CFDictionaryGetCount(entitiesDict) == ((dictCount - deletedCount) + entityCount));
-
-        err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict);
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFMutableDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
+        if (err == noErr) ReplaceEntities(entitiesDict.get(), entityProtocols, entityValues);
+        if (err == noErr) err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -282,16 +299,15 @@ OSStatus SetDictionaryActive(CFMutableDictionaryRef dict, Boolean active, Boolea
     MoreAssertQ(dict != nil);
 
     // Only the marker's presence counts; the number 1 is what is written.
-    OSStatus err = noErr;
+    // Any non-zero active means active.
+    Boolean wantActive = (active != 0);
     Boolean isActive = !CFDictionaryContainsKey(dict, kSCResvInactive);
-    if (isActive != active) {
-        if (active) {
-            CFDictionaryRemoveValue(dict, kSCResvInactive);
-        } else {
-            err = CFQDictionarySetNumber(dict, kSCResvInactive, 1);
-        }
-        // Only ever set, never cleared: the caller starts it at false.
-        if (err == noErr && changed != nil) *changed = true;
-    }
+    if (isActive == wantActive) return noErr;
+
+    OSStatus err = noErr;
+    if (wantActive) CFDictionaryRemoveValue(dict, kSCResvInactive);
+    if (!wantActive) err = CFQDictionarySetNumber(dict, kSCResvInactive, 1);
+    // Only ever set, never cleared: the caller starts it at false.
+    if (err == noErr && changed != nil) *changed = true;
     return err;
 }

@@ -1,11 +1,11 @@
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCPathsInternal.h"
 
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSessionState.h"
-#include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
+#include "plist/CFQTyped.h"
 
 // The store's layout as the layer sees it:
 //   /Sets/<set ID>                          a set
@@ -15,14 +15,50 @@
 //   /CurrentSet                             the current set's path
 // A service is always reached through its set's link, never directly.
 
+CFRef<CFStringRef> CreatePathWithFormat(OSStatus* err, CFStringRef format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    CFRef<CFStringRef> path(CFStringCreateWithFormatAndArguments(nil, nil, format, arguments));
+    va_end(arguments);
+    *err = path ? noErr : coreFoundationUnknownErr;
+    return path;
+}
+
+OSStatus GetRootValue(CFStringRef key, CFTypeRef* value) {
+    *value = SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), key);
+    return MoreSCError(*value);
+}
+
+OSStatus GetPathValue(CFStringRef path, CFDictionaryRef* value) {
+    *value = SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), path);
+    return MoreSCError(*value);
+}
+
+CFRef<CFDictionaryRef> CopyPathValue(CFStringRef path, OSStatus* err) {
+    CFDictionaryRef value = nil;
+    *err = GetPathValue(path, &value);
+    return CFRef<CFDictionaryRef>::Retain(value);
+}
+
+OSStatus SetRootValue(CFStringRef key, CFPropertyListRef value) {
+    return MoreSCErrorBoolean(SCPreferencesSetValue(MoreSCGetSCPreferencesRef(), key, value));
+}
+
+OSStatus SetPathValue(CFStringRef path, CFDictionaryRef value) {
+    return MoreSCErrorBoolean(SCPreferencesPathSetValue(MoreSCGetSCPreferencesRef(), path, value));
+}
+
+OSStatus RemovePathValue(CFStringRef path) {
+    return MoreSCErrorBoolean(SCPreferencesPathRemoveValue(MoreSCGetSCPreferencesRef(), path));
+}
+
 OSStatus CreateSetPathWithSetID(CFStringRef setID, CFStringRef* setPath) {
     MoreAssertQ(setID != nil);
     MoreAssertQ(setPath != nil);
     MoreAssertQ(*setPath == nil);
 
     OSStatus err = noErr;
-    *setPath = CFStringCreateWithFormat(nil, nil, CFSTR("/%@/%@"), kSCPrefSets, setID);
-    if (*setPath == nil) err = coreFoundationUnknownErr;
+    *setPath = CreatePathWithFormat(&err, CFSTR("/%@/%@"), kSCPrefSets, setID).release();
 
     MoreAssertQ((err == noErr) == (*setPath != nil));
     return err;
@@ -34,8 +70,7 @@ OSStatus CreateServicePathWithServiceID(CFStringRef serviceID, CFStringRef* serv
     MoreAssertQ(*servicePath == nil);
 
     OSStatus err = noErr;
-    *servicePath = CFStringCreateWithFormat(nil, nil, CFSTR("/%@/%@"), kSCPrefNetworkServices, serviceID);
-    if (*servicePath == nil) err = coreFoundationUnknownErr;
+    *servicePath = CreatePathWithFormat(&err, CFSTR("/%@/%@"), kSCPrefNetworkServices, serviceID).release();
 
     MoreAssertQ((err == noErr) == (*servicePath != nil));
     return err;
@@ -48,21 +83,16 @@ OSStatus CopySeIDFromSePath(CFStringRef sePath, CFStringRef* seID) {
 
     // "/Sets/0" splits into "", "Sets" and "0"; the ID is the third piece,
     // whatever the container, so sets and services share this code.
-    OSStatus err = noErr;
     CFRef<CFArrayRef> components(CFStringCreateArrayBySeparatingStrings(nil, sePath, CFSTR("/")));
     CFArrayRef sePathComponents = components.get();
-    if (sePathComponents == nil) err = coreFoundationUnknownErr;
-    if (err == noErr) {
-        MoreAssertQ(CFArrayGetCount(sePathComponents) == 3);
-        // A path too short to hold an ID yields none.
-        if (CFArrayGetCount(sePathComponents) < 3) err = coreFoundationUnknownErr;
-    }
-    if (err == noErr) {
-        CFRef<CFStringRef> component = CFRef<CFStringRef>::Retain(
-            static_cast<CFStringRef>(CFArrayGetValueAtIndex(sePathComponents, 2)));
-        if (!component) err = coreFoundationUnknownErr;
-        else *seID = component.release();
-    }
+    OSStatus err = (sePathComponents != nil) ? noErr : coreFoundationUnknownErr;
+    if (err == noErr) MoreAssertQ(CFArrayGetCount(sePathComponents) == 3);
+    // A path too short to hold an ID yields none.
+    if (err == noErr && CFArrayGetCount(sePathComponents) < 3) err = coreFoundationUnknownErr;
+    CFStringRef component = nil;
+    if (err == noErr) component = CFQCast<CFStringRef>(CFArrayGetValueAtIndex(sePathComponents, 2));
+    if (err == noErr && component == nil) err = coreFoundationUnknownErr;
+    if (err == noErr) *seID = CFRef<CFStringRef>::Retain(component).release();
 
     MoreAssertQ((err == noErr) == (*seID != nil));
     return err;
@@ -79,10 +109,9 @@ OSStatus CopySetPath(CFStringRef setID, CFStringRef* setPath) {
         err = CreateSetPathWithSetID(setID, setPath);
     } else {
         // "CurrentSet" already holds a path, not an ID.
-        CFRef<CFStringRef> current = CFRef<CFStringRef>::Retain(
-            static_cast<CFStringRef>(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefCurrentSet)));
-        err = MoreSCError(current.get());
-        *setPath = current.release();
+        CFTypeRef currentSet = nil;
+        err = GetRootValue(kSCPrefCurrentSet, &currentSet);
+        *setPath = CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(currentSet)).release();
         MoreAssertQ((err != noErr) || (CFGetTypeID(*setPath) == CFStringGetTypeID()));
     }
 
@@ -93,14 +122,11 @@ OSStatus CopySetPath(CFStringRef setID, CFStringRef* setPath) {
 namespace {
 
 // <set path>/Network/<component>, for the set's globals or services.
-OSStatus CopySetNetworkPath(CFStringRef setID, CFStringRef component, CFStringRef* result) {
+CFRef<CFStringRef> CopySetNetworkPath(CFStringRef setID, CFStringRef component, OSStatus* err) {
     CFRef<CFStringRef> setPath;
-    OSStatus err = CopySetPath(setID, setPath.out());
-    if (err == noErr) {
-        *result = CFStringCreateWithFormat(nil, nil, CFSTR("%@/%@/%@"), setPath.get(), kSCCompNetwork, component);
-        if (*result == nil) err = coreFoundationUnknownErr;
-    }
-    return err;
+    *err = CopySetPath(setID, setPath.out());
+    if (*err != noErr) return nil;
+    return CreatePathWithFormat(err, CFSTR("%@/%@/%@"), setPath.get(), kSCCompNetwork, component);
 }
 
 }  // namespace
@@ -109,7 +135,8 @@ OSStatus CopySetGlobalsPath(CFStringRef setID, CFStringRef* setGlobalsPath) {
     MoreAssertQ(setGlobalsPath != nil);
     MoreAssertQ(*setGlobalsPath == nil);
 
-    OSStatus err = CopySetNetworkPath(setID, kSCCompGlobal, setGlobalsPath);
+    OSStatus err = noErr;
+    *setGlobalsPath = CopySetNetworkPath(setID, kSCCompGlobal, &err).release();
 
     MoreAssert((err == noErr) == (*setGlobalsPath != nil));
     return err;
@@ -120,7 +147,8 @@ OSStatus CopySetServicesPath(CFStringRef setID, CFStringRef* setServicesPath) {
     MoreAssertQ(setServicesPath != nil);
     MoreAssertQ(*setServicesPath == nil);
 
-    OSStatus err = CopySetNetworkPath(setID, kSCCompService, setServicesPath);
+    OSStatus err = noErr;
+    *setServicesPath = CopySetNetworkPath(setID, kSCCompService, &err).release();
 
     MoreAssert((err == noErr) == (*setServicesPath != nil));
     return err;
@@ -137,19 +165,14 @@ OSStatus CopyResolvedServicePath(CFStringRef setID, CFStringRef serviceID, CFStr
     CFRef<CFStringRef> servicesPath;
     CFRef<CFStringRef> linkPath;
     OSStatus err = CopySetServicesPath(setID, servicesPath.out());
-    if (err == noErr) {
-        linkPath.reset(CFStringCreateWithFormat(nil, nil, CFSTR("%@/%@"), servicesPath.get(), serviceID));
-        if (!linkPath) err = coreFoundationUnknownErr;
-    }
-    if (err == noErr) {
-        // A service the set does not link to, or an entry that is not a
-        // link, cannot be reached through this set.
-        CFRef<CFStringRef> target =
-            CFRef<CFStringRef>::Retain(SCPreferencesPathGetLink(MoreSCGetSCPreferencesRef(), linkPath.get()));
-        err = MoreSCError(target.get());
-        *servicePath = target.release();
-        MoreAssertQ((err != noErr) || (CFGetTypeID(*servicePath) == CFStringGetTypeID()));
-    }
+    if (err == noErr) linkPath = CreatePathWithFormat(&err, CFSTR("%@/%@"), servicesPath.get(), serviceID);
+    // A service the set does not link to, or an entry that is not a link,
+    // cannot be reached through this set.
+    CFStringRef target = nil;
+    if (err == noErr) target = SCPreferencesPathGetLink(MoreSCGetSCPreferencesRef(), linkPath.get());
+    if (err == noErr) err = MoreSCError(target);
+    if (err == noErr) *servicePath = CFRef<CFStringRef>::Retain(target).release();
+    MoreAssertQ((err != noErr) || (CFGetTypeID(*servicePath) == CFStringGetTypeID()));
 
     MoreAssertQ((err == noErr) == (*servicePath != nil));
     return err;
@@ -163,10 +186,7 @@ OSStatus CopyEntityPath(CFStringRef setID, CFStringRef serviceID, CFStringRef pr
     // The entity need not exist yet: writers use this path to create it.
     CFRef<CFStringRef> servicePath;
     OSStatus err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
-    if (err == noErr) {
-        *entityPath = CFStringCreateWithFormat(nil, nil, CFSTR("%@/%@"), servicePath.get(), protocol);
-        if (*entityPath == nil) err = coreFoundationUnknownErr;
-    }
+    if (err == noErr) *entityPath = CreatePathWithFormat(&err, CFSTR("%@/%@"), servicePath.get(), protocol).release();
 
     MoreAssertQ((err == noErr) == (*entityPath != nil));
     return err;

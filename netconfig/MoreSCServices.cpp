@@ -1,14 +1,16 @@
 #include "netconfig/MoreSCServices.h"
 
 #include "netconfig/MoreSCEntities.h"
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCPathsInternal.h"
 #include "netconfig/MoreSCSession.h"
-#include "netconfig/MoreSCSets.h"
+#include "netconfig/MoreSCSessionScope.h"
+#include "netconfig/MoreSCSetsInternal.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
-#include "platform/systemconfiguration/SCPreferences.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
+#include "plist/CFQTyped.h"
 #include "plist/MoreCFQ.h"
+#include "plist/MoreCFQInternal.h"
 
 // A set holds its services twice over: as links in <set>/Network/Service
 // (local service ID -> {"__LINK__" = /NetworkServices/<ID>}) and as the
@@ -19,14 +21,67 @@
 namespace {
 
 // <set path>/Network/Global/IPv4: the entity that holds "ServiceOrder".
-OSStatus CopyIPv4GlobalEntityPath(CFStringRef setID, CFStringRef* ipv4GlobalEntityPath) {
+CFRef<CFStringRef> CopyIPv4GlobalEntityPath(CFStringRef setID, OSStatus* err) {
     CFRef<CFStringRef> setPath;
-    OSStatus err = CopySetPath(setID, setPath.out());
+    *err = CopySetPath(setID, setPath.out());
+    if (*err != noErr) return nil;
+    return CreatePathWithFormat(err, CFSTR("%@/%@/%@/%@"), setPath.get(), kSCCompNetwork, kSCCompGlobal,
+                                kSCEntNetIPv4);
+}
+
+// The set's "Service" dictionary, retained.
+CFRef<CFDictionaryRef> CopyServicesNode(CFStringRef setID, OSStatus* err) {
+    CFRef<CFStringRef> servicesPath;
+    *err = CopySetServicesPath(setID, servicesPath.out());
+    if (*err != noErr) return nil;
+    return CopyPathValue(servicesPath.get(), err);
+}
+
+// The set's "ServiceOrder", retained. An order that is not an array is as
+// good as none: every reader of it takes it for one.
+CFRef<CFArrayRef> CopyServiceOrderNode(CFStringRef setID, OSStatus* status) {
+    CFDictionaryRef ipv4GlobalEntityDict = nil;
+    CFArrayRef order = nil;
+    OSStatus err = noErr;
+    CFRef<CFStringRef> ipv4GlobalEntityPath = CopyIPv4GlobalEntityPath(setID, &err);
+    if (err == noErr) err = GetPathValue(ipv4GlobalEntityPath.get(), &ipv4GlobalEntityDict);
+    MoreAssertQ((err != noErr) || (CFGetTypeID(ipv4GlobalEntityDict) == CFDictionaryGetTypeID()));
+    if (err == noErr) order = CFQGetTyped<CFArrayRef>(ipv4GlobalEntityDict, kSCPropNetServiceOrder);
+    if (err == noErr && order == nil) err = coreFoundationUnknownErr;
+    *status = err;
+    return CFRef<CFArrayRef>::Retain(order);
+}
+
+// Replaces the set's "Service" dictionary whole.
+OSStatus WriteServicesNode(CFStringRef setID, CFDictionaryRef servicesDict) {
+    CFRef<CFStringRef> servicesPath;
+    OSStatus err = CopySetServicesPath(setID, servicesPath.out());
+    if (err == noErr) err = SetPathValue(servicesPath.get(), servicesDict);
+    return err;
+}
+
+// Sets "ServiceOrder" in the set's existing IPv4 global entity; a set
+// without one fails here and gets none.
+OSStatus WriteServiceOrderNode(CFStringRef setID, CFArrayRef serviceOrder) {
+    OSStatus err = noErr;
+    CFRef<CFStringRef> ipv4GlobalEntityPath = CopyIPv4GlobalEntityPath(setID, &err);
     if (err == noErr) {
-        *ipv4GlobalEntityPath = CFStringCreateWithFormat(nil, nil, CFSTR("%@/%@/%@/%@"), setPath.get(),
-                                                         kSCCompNetwork, kSCCompGlobal, kSCEntNetIPv4);
-        if (*ipv4GlobalEntityPath == nil) err = coreFoundationUnknownErr;
+        err = PreferencesPathSetProperty(ipv4GlobalEntityPath.get(), kSCPropNetServiceOrder, serviceOrder);
     }
+    return err;
+}
+
+// Appends one entry of the order to the lists asked for (nil: not asked):
+// the entry as it is to localIDs, the ID its link points at to resolvedIDs.
+OSStatus AppendServiceID(CFStringRef setID, CFStringRef serviceID, CFMutableArrayRef localIDs,
+                         CFMutableArrayRef resolvedIDs) {
+    CFRef<CFStringRef> servicePath;
+    CFRef<CFStringRef> resolvedID;
+    OSStatus err = (serviceID != nil) ? noErr : coreFoundationUnknownErr;
+    if (err == noErr && localIDs != nil) CFArrayAppendValue(localIDs, serviceID);
+    if (err == noErr && resolvedIDs != nil) err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
+    if (err == noErr && resolvedIDs != nil) err = CopySeIDFromSePath(servicePath.get(), resolvedID.out());
+    if (err == noErr && resolvedIDs != nil) CFArrayAppendValue(resolvedIDs, resolvedID.get());
     return err;
 }
 
@@ -37,36 +92,14 @@ OSStatus MoreSCCopyServicesDict(CFStringRef setID, CFDictionaryRef* servicesDict
     MoreAssertQ((servicesDict == nil) || (*servicesDict == nil));
     MoreAssertQ((serviceOrder == nil) || (*serviceOrder == nil));
 
+    OSStatus err = noErr;
     CFRef<CFDictionaryRef> services;
     CFRef<CFArrayRef> order;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr && servicesDict != nil) {
-        CFRef<CFStringRef> servicesPath;
-        err = CopySetServicesPath(setID, servicesPath.out());
-        if (err == noErr) {
-            services = CFRef<CFDictionaryRef>::Retain(
-                SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), servicesPath.get()));
-            err = MoreSCError(services.get());
-        }
+    {
+        MoreSCSessionScope session(&err, false);
+        if (err == noErr && servicesDict != nil) services = CopyServicesNode(setID, &err);
+        if (err == noErr && serviceOrder != nil) order = CopyServiceOrderNode(setID, &err);
     }
-    if (err == noErr && serviceOrder != nil) {
-        CFRef<CFStringRef> ipv4GlobalEntityPath;
-        err = CopyIPv4GlobalEntityPath(setID, ipv4GlobalEntityPath.out());
-        if (err == noErr) {
-            CFDictionaryRef ipv4GlobalEntityDict =
-                SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), ipv4GlobalEntityPath.get());
-            err = MoreSCError(ipv4GlobalEntityDict);
-            MoreAssertQ((err != noErr) || (CFGetTypeID(ipv4GlobalEntityDict) == CFDictionaryGetTypeID()));
-            if (err == noErr) {
-                order = CFRef<CFArrayRef>::Retain(
-                    static_cast<CFArrayRef>(CFDictionaryGetValue(ipv4GlobalEntityDict, kSCPropNetServiceOrder)));
-                // An order that is not an array is as good as none: every
-                // reader of it takes it for one.
-                if (!order || CFGetTypeID(order.get()) != CFArrayGetTypeID()) err = coreFoundationUnknownErr;
-            }
-        }
-    }
-    MoreSCClose(&err, false);
 
     if (err == noErr && servicesDict != nil) *servicesDict = services.release();
     if (err == noErr && serviceOrder != nil) *serviceOrder = order.release();
@@ -92,17 +125,11 @@ OSStatus MoreSCCopyServicesDictMutable(CFStringRef setID, CFMutableDictionaryRef
     // meant to be edited together.
     CFRef<CFDictionaryRef> immutableDict;
     CFRef<CFArrayRef> immutableOrder;
-    OSStatus err = MoreSCCopyServicesDict(setID, immutableDict.out(), immutableOrder.out());
     CFRef<CFMutableDictionaryRef> mutableDict;
     CFRef<CFMutableArrayRef> mutableOrder;
-    if (err == noErr && servicesDict != nil) {
-        mutableDict.reset(CFDictionaryCreateMutableCopy(nil, 0, immutableDict.get()));
-        if (!mutableDict) err = coreFoundationUnknownErr;
-    }
-    if (err == noErr && serviceOrder != nil) {
-        mutableOrder.reset(CFArrayCreateMutableCopy(nil, 0, immutableOrder.get()));
-        if (!mutableOrder) err = coreFoundationUnknownErr;
-    }
+    OSStatus err = MoreSCCopyServicesDict(setID, immutableDict.out(), immutableOrder.out());
+    if (err == noErr && servicesDict != nil) mutableDict = CFQDictionaryCreateMutableCopy(immutableDict.get(), &err);
+    if (err == noErr && serviceOrder != nil) mutableOrder = CFQArrayCreateMutableCopy(immutableOrder.get(), &err);
 
     if (err == noErr && servicesDict != nil) *servicesDict = mutableDict.release();
     if (err == noErr && serviceOrder != nil) *serviceOrder = mutableOrder.release();
@@ -119,23 +146,12 @@ OSStatus MoreSCSetServicesDict(CFStringRef setID, CFDictionaryRef servicesDict, 
 
     // The dictionary is written first; if the order's write then fails the
     // new dictionary stays written in the session.
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr && servicesDict != nil) {
-        CFRef<CFStringRef> servicesPath;
-        err = CopySetServicesPath(setID, servicesPath.out());
-        if (err == noErr) {
-            err = MoreSCErrorBoolean(
-                SCPreferencesPathSetValue(MoreSCGetSCPreferencesRef(), servicesPath.get(), servicesDict));
-        }
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        if (err == noErr && servicesDict != nil) err = WriteServicesNode(setID, servicesDict);
+        if (err == noErr && serviceOrder != nil) err = WriteServiceOrderNode(setID, serviceOrder);
     }
-    // The order goes into the existing IPv4 global entity; a set without
-    // one fails here and gets none.
-    if (err == noErr && serviceOrder != nil) {
-        CFRef<CFStringRef> ipv4GlobalEntityPath;
-        err = CopyIPv4GlobalEntityPath(setID, ipv4GlobalEntityPath.out());
-        if (err == noErr) err = PreferencesPathSetProperty(ipv4GlobalEntityPath.get(), kSCPropNetServiceOrder, serviceOrder);
-    }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -144,38 +160,28 @@ OSStatus MoreSCCopyServiceIDs(CFStringRef setID, CFArrayRef* localServiceIDs, CF
     MoreAssertQ((localServiceIDs == nil) || ((*localServiceIDs == nil)));
     MoreAssertQ((resolvedServiceIDs == nil) || ((*resolvedServiceIDs == nil)));
 
-    CFRef<CFArrayRef> order;
-    CFRef<CFMutableArrayRef> localIDs;
-    CFRef<CFMutableArrayRef> resolvedIDs;
-
     // Only the order is read: the IDs come in "ServiceOrder" order, one per
     // entry, active and inactive alike. Links are looked up only when the
     // resolved IDs are asked for.
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyServicesDict(setID, nil, order.out());
-    if (err == noErr && localServiceIDs != nil) err = CFQArrayCreateMutable(localIDs.out());
-    if (err == noErr && resolvedServiceIDs != nil) err = CFQArrayCreateMutable(resolvedIDs.out());
-    if (err == noErr) {
-        CFIndex serviceCount = CFArrayGetCount(order.get());
+    OSStatus err = noErr;
+    CFRef<CFMutableArrayRef> localIDs;
+    CFRef<CFMutableArrayRef> resolvedIDs;
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFArrayRef> order;
+        if (err == noErr) err = MoreSCCopyServicesDict(setID, nil, order.out());
+        if (err == noErr && localServiceIDs != nil) err = CFQArrayCreateMutable(localIDs.out());
+        if (err == noErr && resolvedServiceIDs != nil) err = CFQArrayCreateMutable(resolvedIDs.out());
+        CFIndex serviceCount = (err == noErr) ? CFArrayGetCount(order.get()) : 0;
         for (CFIndex serviceIndex = 0; err == noErr && serviceIndex < serviceCount; serviceIndex++) {
+            // Entries are passed on as the store holds them.
             CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(order.get(), serviceIndex));
-            if (serviceID == nil) err = coreFoundationUnknownErr;
-            if (err == noErr && localIDs) CFArrayAppendValue(localIDs.get(), serviceID);
-            if (err == noErr && resolvedIDs) {
-                CFRef<CFStringRef> servicePath;
-                CFRef<CFStringRef> resolvedID;
-                err = CopyResolvedServicePath(setID, serviceID, servicePath.out());
-                if (err == noErr) err = CopySeIDFromSePath(servicePath.get(), resolvedID.out());
-                if (err == noErr) CFArrayAppendValue(resolvedIDs.get(), resolvedID.get());
-            }
+            err = AppendServiceID(setID, serviceID, localIDs.get(), resolvedIDs.get());
         }
     }
-    MoreSCClose(&err, false);
 
-    if (err == noErr) {
-        if (localServiceIDs != nil) *localServiceIDs = localIDs.release();
-        if (resolvedServiceIDs != nil) *resolvedServiceIDs = resolvedIDs.release();
-    }
+    if (err == noErr && localServiceIDs != nil) *localServiceIDs = localIDs.release();
+    if (err == noErr && resolvedServiceIDs != nil) *resolvedServiceIDs = resolvedIDs.release();
     MoreAssertQ((err == noErr) == ((localServiceIDs == nil) || (*localServiceIDs != nil)));
     MoreAssertQ((err == noErr) == ((resolvedServiceIDs == nil) || (*resolvedServiceIDs != nil)));
     MoreAssertQ((err != noErr) || (localServiceIDs == nil) || (resolvedServiceIDs == nil) || (CFArrayGetCount(*localServiceIDs) == CFArrayGetCount(*resolvedServiceIDs)));
@@ -187,12 +193,14 @@ OSStatus MoreSCIsServiceActive(CFStringRef setID, CFStringRef serviceID, Boolean
     MoreAssertQ(active != nil);
 
     // Only the marker's presence counts, not its value.
-    CFRef<CFDictionaryRef> entitiesDict;
+    OSStatus err = noErr;
     Boolean serviceActive = false;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
-    if (err == noErr) serviceActive = !CFDictionaryContainsKey(entitiesDict.get(), kSCResvInactive);
-    MoreSCClose(&err, false);
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
+        if (err == noErr) serviceActive = !CFDictionaryContainsKey(entitiesDict.get(), kSCResvInactive);
+    }
 
     // On failure the caller's boolean keeps whatever it held.
     if (err == noErr) *active = serviceActive;
@@ -204,17 +212,20 @@ OSStatus MoreSCCopyBSDNameOfService(CFStringRef setID, CFStringRef serviceID, CF
     MoreAssertQ(bsdName != nil);
     MoreAssertQ(*bsdName == nil);
 
-    // The BSD name is the "DeviceName" of the service's "Interface" entity.
-    CFRef<CFDictionaryRef> interfaceEntity;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntity(setID, serviceID, kSCEntNetInterface, interfaceEntity.out());
+    // The BSD name is the "DeviceName" of the service's "Interface" entity,
+    // handed out as the store holds it.
+    OSStatus err = noErr;
     CFRef<CFStringRef> name;
-    if (err == noErr) {
-        name = CFRef<CFStringRef>::Retain(
-            static_cast<CFStringRef>(CFDictionaryGetValue(interfaceEntity.get(), kSCPropNetInterfaceDeviceName)));
-        if (!name) err = coreFoundationUnknownErr;
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFDictionaryRef> interfaceEntity;
+        if (err == noErr) err = MoreSCCopyEntity(setID, serviceID, kSCEntNetInterface, interfaceEntity.out());
+        if (err == noErr) {
+            name = CFRef<CFStringRef>::Retain(
+                static_cast<CFStringRef>(CFDictionaryGetValue(interfaceEntity.get(), kSCPropNetInterfaceDeviceName)));
+        }
+        if (err == noErr && !name) err = coreFoundationUnknownErr;
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *bsdName = name.release();
     MoreAssertQ((err == noErr) == (*bsdName != nil));
@@ -227,16 +238,18 @@ OSStatus MoreSCCopyUserVisibleNameOfService(CFStringRef setID, CFStringRef servi
     MoreAssertQ(*userVisibleName == nil);
 
     // The name belongs to the service dictionary itself, not to an entity.
-    CFRef<CFDictionaryRef> entitiesDict;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
+    OSStatus err = noErr;
     CFRef<CFStringRef> name;
-    if (err == noErr) {
-        name = CFRef<CFStringRef>::Retain(
-            static_cast<CFStringRef>(CFDictionaryGetValue(entitiesDict.get(), kSCPropUserDefinedName)));
-        if (!name) err = coreFoundationUnknownErr;
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDict(setID, serviceID, entitiesDict.out());
+        if (err == noErr) {
+            name = CFRef<CFStringRef>::Retain(
+                static_cast<CFStringRef>(CFDictionaryGetValue(entitiesDict.get(), kSCPropUserDefinedName)));
+        }
+        if (err == noErr && !name) err = coreFoundationUnknownErr;
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *userVisibleName = name.release();
     MoreAssertQ((err == noErr) == (*userVisibleName != nil));
@@ -249,13 +262,13 @@ OSStatus MoreSCRenameService(CFStringRef setID, CFStringRef serviceID, CFStringR
 
     // The service is shared through links, so every set that links it sees
     // the new name.
-    CFRef<CFMutableDictionaryRef> entitiesDict;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
-    if (err == noErr) {
-        CFDictionarySetValue(entitiesDict.get(), kSCPropUserDefinedName, newServiceUserVisibleName);
-        err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFMutableDictionaryRef> entitiesDict;
+        if (err == noErr) err = MoreSCCopyEntitiesDictMutable(setID, serviceID, entitiesDict.out());
+        if (err == noErr) CFDictionarySetValue(entitiesDict.get(), kSCPropUserDefinedName, newServiceUserVisibleName);
+        if (err == noErr) err = MoreSCSetEntitiesDict(setID, serviceID, entitiesDict.get());
     }
-    MoreSCClose(&err, true);
     return err;
 }

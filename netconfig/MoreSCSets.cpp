@@ -1,13 +1,17 @@
 #include "netconfig/MoreSCSets.h"
 
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCPathsInternal.h"
 #include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSessionScope.h"
 #include "netconfig/MoreSCSessionState.h"
+#include "netconfig/MoreSCSetsInternal.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
+#include "plist/CFQTyped.h"
 #include "plist/MoreCFQ.h"
+#include "plist/MoreCFQInternal.h"
 
 // Sets live under the root key "Sets" (set ID -> set dictionary); the root
 // key "CurrentSet" holds the current set's path, such as /Sets/0, not its
@@ -23,19 +27,18 @@ OSStatus MoreSCCopyCurrentSet(CFStringRef* setID) {
     MoreAssertQ(setID != nil);
     MoreAssertQ(*setID == nil);
 
+    OSStatus err = noErr;
     CFRef<CFStringRef> currentSetID;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) {
-        CFStringRef setPath =
-            static_cast<CFStringRef>(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefCurrentSet));
-        err = MoreSCError(setPath);
+    {
+        MoreSCSessionScope session(&err, false);
+        CFTypeRef setPath = nil;
+        if (err == noErr) err = GetRootValue(kSCPrefCurrentSet, &setPath);
         MoreAssertQ((err != noErr) || (CFGetTypeID(setPath) == CFStringGetTypeID()));
-        if (err == noErr && CFGetTypeID(setPath) != CFStringGetTypeID()) err = kSCStatusNoKey;
-
+        CFStringRef currentSetPath = CFQCast<CFStringRef>(setPath);
+        if (err == noErr && currentSetPath == nil) err = kSCStatusNoKey;
         // "/Sets/0" -> "0".
-        if (err == noErr) err = CopySeIDFromSePath(setPath, currentSetID.out());
+        if (err == noErr) err = CopySeIDFromSePath(currentSetPath, currentSetID.out());
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *setID = currentSetID.release();
     return err;
@@ -45,13 +48,13 @@ OSStatus MoreSCSetCurrentSet(CFStringRef setID) {
     MoreAssertQ(setID != nil);
 
     // The set's existence is not checked: any ID is stored as /Sets/<ID>.
-    CFRef<CFStringRef> setPath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CreateSetPathWithSetID(setID, setPath.out());
-    if (err == noErr) {
-        err = MoreSCErrorBoolean(SCPreferencesSetValue(MoreSCGetSCPreferencesRef(), kSCPrefCurrentSet, setPath.get()));
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFStringRef> setPath;
+        if (err == noErr) err = CreateSetPathWithSetID(setID, setPath.out());
+        if (err == noErr) err = SetRootValue(kSCPrefCurrentSet, setPath.get());
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -60,19 +63,19 @@ OSStatus MoreSCCopySetsDict(CFDictionaryRef* setsDict) {
     MoreAssertQ(*setsDict == nil);
 
     // The store's own dictionary, shared: callers must not change it.
+    OSStatus err = noErr;
     CFRef<CFDictionaryRef> sets;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) {
-        sets = CFRef<CFDictionaryRef>::Retain(
-            static_cast<CFDictionaryRef>(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), kSCPrefSets)));
-        err = MoreSCError(sets.get());
+    {
+        MoreSCSessionScope session(&err, false);
+        CFTypeRef value = nil;
+        if (err == noErr) err = GetRootValue(kSCPrefSets, &value);
+        // The check names the out-parameter, so it is shown the value before
+        // the type decides the status; the slot is settled below.
+        if (err == noErr) *setsDict = static_cast<CFDictionaryRef>(value);
+        MoreAssertQ((err != noErr) || (CFGetTypeID(*setsDict) == CFDictionaryGetTypeID()));
+        if (err == noErr) sets = CFRef<CFDictionaryRef>::Retain(CFQCast<CFDictionaryRef>(value));
+        if (err == noErr && !sets) err = kSCStatusNoKey;
     }
-    // The check names the out-parameter, so it is shown the value before
-    // the type decides the status; the slot is settled below.
-    if (err == noErr) *setsDict = sets.get();
-    MoreAssertQ((err != noErr) || (CFGetTypeID(*setsDict) == CFDictionaryGetTypeID()));
-    if (err == noErr && CFGetTypeID(sets.get()) != CFDictionaryGetTypeID()) err = kSCStatusNoKey;
-    MoreSCClose(&err, false);
 
     *setsDict = (err == noErr) ? sets.release() : nil;
     MoreAssertQ((err == noErr) == (*setsDict != nil));
@@ -83,11 +86,11 @@ OSStatus MoreSCSetSetsDict(CFDictionaryRef setsDict) {
     MoreAssertQ(setsDict != nil);
 
     // Replaces every set at once.
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) {
-        err = MoreSCErrorBoolean(SCPreferencesSetValue(MoreSCGetSCPreferencesRef(), kSCPrefSets, setsDict));
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        if (err == noErr) err = SetRootValue(kSCPrefSets, setsDict);
     }
-    MoreSCClose(&err, true);
     return err;
 }
 
@@ -95,27 +98,25 @@ OSStatus MoreSCCopySetIDs(CFArrayRef* setIDs, CFIndex* indexOfCurrentSet) {
     MoreAssertQ(setIDs != nil);
     MoreAssertQ(*setIDs == nil);
 
-    CFRef<CFDictionaryRef> setsDict;
+    OSStatus err = noErr;
     CFRef<CFArrayRef> ids;
-    CFRef<CFStringRef> currentSetID;
     CFIndex foundIndex = kCFNotFound;
-
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = MoreSCCopySetsDict(setsDict.out());
-    // The sets dictionary's own order: no sorting, the current set not
-    // moved to the front.
-    if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(setsDict.get(), ids.out());
-    // Only a caller that asks for the index needs a current set.
-    if (err == noErr && indexOfCurrentSet != nil) {
-        err = MoreSCCopyCurrentSet(currentSetID.out());
-        if (err == noErr) {
-            CFIndex setCount = CFDictionaryGetCount(setsDict.get());
-            for (CFIndex setIndex = 0; setIndex < setCount; setIndex++) {
-                if (CFEqual(CFArrayGetValueAtIndex(ids.get(), setIndex), currentSetID.get())) foundIndex = setIndex;
-            }
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFDictionaryRef> setsDict;
+        CFRef<CFStringRef> currentSetID;
+        if (err == noErr) err = MoreSCCopySetsDict(setsDict.out());
+        // The sets dictionary's own order: no sorting, the current set not
+        // moved to the front.
+        if (err == noErr) err = CFQArrayCreateWithDictionaryKeys(setsDict.get(), ids.out());
+        // Only a caller that asks for the index needs a current set. Set IDs
+        // are unique, so at most one position matches.
+        if (err == noErr && indexOfCurrentSet != nil) err = MoreSCCopyCurrentSet(currentSetID.out());
+        if (err == noErr && indexOfCurrentSet != nil) {
+            foundIndex = CFArrayGetFirstIndexOfValue(ids.get(), CFRangeMake(0, CFDictionaryGetCount(setsDict.get())),
+                                                     currentSetID.get());
         }
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *setIDs = ids.release();
     // The caller's index is left alone unless the current set was found by
@@ -131,24 +132,24 @@ OSStatus MoreSCCopyUserVisibleNameOfSet(CFStringRef setID, CFStringRef* userVisi
     MoreAssertQ(userVisibleName != nil);
     MoreAssertQ(*userVisibleName == nil);
 
-    CFRef<CFStringRef> setPath;
+    OSStatus err = noErr;
     CFRef<CFStringRef> name;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CopySetPath(setID, setPath.out());
-    if (err == noErr) {
-        CFDictionaryRef setDict = SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), setPath.get());
-        err = MoreSCError(setDict);
+    {
+        MoreSCSessionScope session(&err, false);
+        CFRef<CFStringRef> setPath;
+        CFDictionaryRef setDict = nil;
+        if (err == noErr) err = CopySetPath(setID, setPath.out());
+        if (err == noErr) err = GetPathValue(setPath.get(), &setDict);
         MoreAssertQ((err != noErr) || (CFGetTypeID(setDict) == CFDictionaryGetTypeID()));
-
         // A set that exists but has no name is told apart from a missing
-        // set by the code: -4960 rather than the store's status.
+        // set by the code: -4960 rather than the store's status. The name's
+        // type is checked after the session, as the caller receives it.
         if (err == noErr) {
             name = CFRef<CFStringRef>::Retain(
                 static_cast<CFStringRef>(CFDictionaryGetValue(setDict, kSCPropUserDefinedName)));
-            if (!name) err = coreFoundationUnknownErr;
         }
+        if (err == noErr && !name) err = coreFoundationUnknownErr;
     }
-    MoreSCClose(&err, false);
 
     if (err == noErr) *userVisibleName = name.release();
     MoreAssertQ((err != noErr) || (CFGetTypeID(*userVisibleName) == CFStringGetTypeID()));
@@ -160,12 +161,16 @@ OSStatus MoreSCRenameSet(CFStringRef setID, CFStringRef newSetUserVisibleName) {
     MoreAssertQ(setID != nil);
     MoreAssertQ(newSetUserVisibleName != nil);
 
-    CFRef<CFStringRef> setPath;
-    OSStatus err = MoreSCOpen(false, false);
-    if (err == noErr) err = CopySetPath(setID, setPath.out());
-    // Edits the existing set dictionary; a missing set is not created.
-    if (err == noErr) err = PreferencesPathSetProperty(setPath.get(), kSCPropUserDefinedName, newSetUserVisibleName);
-    MoreSCClose(&err, true);
+    OSStatus err = noErr;
+    {
+        MoreSCSessionScope session(&err, true);
+        CFRef<CFStringRef> setPath;
+        if (err == noErr) err = CopySetPath(setID, setPath.out());
+        // Edits the existing set dictionary; a missing set is not created.
+        if (err == noErr) {
+            err = PreferencesPathSetProperty(setPath.get(), kSCPropUserDefinedName, newSetUserVisibleName);
+        }
+    }
     return err;
 }
 
@@ -177,18 +182,12 @@ OSStatus PreferencesPathSetProperty(CFStringRef dictPath, CFStringRef dictKey, C
 
     // Reads the dictionary, changes one key of a copy, writes the copy back
     // whole. The node must already exist.
-    CFDictionaryRef dict = SCPreferencesPathGetValue(MoreSCGetSCPreferencesRef(), dictPath);
-    OSStatus err = MoreSCError(dict);
-    MoreAssertQ((err != noErr) || (CFGetTypeID(dict) == CFDictionaryGetTypeID()));
-
+    CFDictionaryRef dict = nil;
     CFRef<CFMutableDictionaryRef> newDict;
-    if (err == noErr) {
-        newDict.reset(CFDictionaryCreateMutableCopy(nil, 0, dict));
-        if (!newDict) err = coreFoundationUnknownErr;
-    }
-    if (err == noErr) {
-        CFDictionarySetValue(newDict.get(), dictKey, newValue);
-        err = MoreSCErrorBoolean(SCPreferencesPathSetValue(MoreSCGetSCPreferencesRef(), dictPath, newDict.get()));
-    }
+    OSStatus err = GetPathValue(dictPath, &dict);
+    MoreAssertQ((err != noErr) || (CFGetTypeID(dict) == CFDictionaryGetTypeID()));
+    if (err == noErr) newDict = CFQDictionaryCreateMutableCopy(dict, &err);
+    if (err == noErr) CFDictionarySetValue(newDict.get(), dictKey, newValue);
+    if (err == noErr) err = SetPathValue(dictPath, newDict.get());
     return err;
 }

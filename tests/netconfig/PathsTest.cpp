@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCPathsInternal.h"
 #include "netconfig/MoreSCSession.h"
 #include "platform/corefoundation/CFRef.h"
 #include "support/TempRoot.h"
