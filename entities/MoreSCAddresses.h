@@ -1,6 +1,8 @@
 // Address texts used in entities: MAC addresses as "00:0a:95:9d:68:16" and
-// IPv4 addresses in dotted decimal. Results are owned by the caller;
-// out-slots must hold nil on entry.
+// IPv4 addresses in dotted decimal. Out-slots must hold nil on entry; on
+// success they receive a new string or array the caller owns and releases,
+// on failure they stay nil (-4960 when it cannot be made). Failed checks of
+// the arguments are reported on standard error and the call goes on.
 #pragma once
 
 #include "entities/MoreSCDigests.h"

@@ -1,5 +1,8 @@
 // Builders of the entities that live in a set's global area rather than in
-// a service. The digest argument must not be nil but is not read.
+// a service. The digest argument must not be nil but is not read. *entity
+// must hold nil on entry; on success it receives a new dictionary the
+// caller owns and releases, on failure it stays nil (-4960 when an object
+// cannot be made).
 #pragma once
 
 #include "entities/MoreSCDigests.h"

@@ -1,9 +1,11 @@
 // Builders of the interface and hardware entities of a service: Interface,
 // Ethernet, AirPort and Modem.
 //
-// Every builder takes its digest and an out-slot that must hold nil. On
-// success the slot holds a new mutable dictionary that the caller owns; on
-// failure it holds nil and nothing is left over.
+// Every builder takes its digest (not nil) and an out-slot that must hold
+// nil. On success the slot holds a new dictionary that the caller owns and
+// releases; on failure it holds nil (-4960 when an object cannot be made)
+// and nothing is left over. Failed checks of the digest are reported on
+// standard error and the entity is built all the same.
 #pragma once
 
 #include "entities/MoreSCDigests.h"

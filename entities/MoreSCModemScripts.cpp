@@ -71,20 +71,19 @@ OSStatus AppendScriptsInFolder(const FSRef& folder, CFMutableArrayRef scripts) {
     return err;
 }
 
-// Sorts the names and keeps one of each run of equal names, which a
-// script installed in several domains gives.
-OSStatus SortUnique(CFMutableArrayRef scripts, CFMutableArrayRef* result) {
+// The names sorted, one of each run of equal names (which a script
+// installed in several domains gives). -4960 when the array cannot be made.
+CFRef<CFMutableArrayRef> CreateSortedUniqueNames(CFMutableArrayRef scripts, OSStatus* err) {
     CFIndex count = CFArrayGetCount(scripts);
     CFArraySortValues(scripts, CFRangeMake(0, count), CompareScriptNames, nil);
 
     CFRef<CFMutableArrayRef> unique;
-    OSStatus err = CFQArrayCreateMutable(unique.out());
-    for (CFIndex i = 0; err == noErr && i < count; i++) {
+    *err = CFQArrayCreateMutable(unique.out());
+    for (CFIndex i = 0; *err == noErr && i < count; i++) {
         const void* name = CFArrayGetValueAtIndex(scripts, i);
         if (i == 0 || !CFEqual(name, CFArrayGetValueAtIndex(scripts, i - 1))) CFArrayAppendValue(unique.get(), name);
     }
-    if (err == noErr) *result = unique.release();
-    return err;
+    return unique;
 }
 
 // Position of the default script in the sorted list, or 0.
@@ -116,11 +115,9 @@ OSStatus MoreSCCreateCCLArray(CFArrayRef* result, SInt32* indexOfDefaultCCL) {
     }
 
     CFRef<CFMutableArrayRef> sorted;
-    if (err == noErr) err = SortUnique(scripts.get(), sorted.out());
-    if (err == noErr) {
-        if (indexOfDefaultCCL != nil) *indexOfDefaultCCL = IndexOfDefaultScript(sorted.get());
-        *result = sorted.release();
-    }
+    if (err == noErr) sorted = CreateSortedUniqueNames(scripts.get(), &err);
+    if (err == noErr && indexOfDefaultCCL != nil) *indexOfDefaultCCL = IndexOfDefaultScript(sorted.get());
+    if (err == noErr) *result = sorted.release();
 
     MoreAssertQ((err == noErr) == (*result != nil));
     MoreAssertQ((err != noErr) || (indexOfDefaultCCL == nil) || (CFArrayGetCount(*result) == 0) ||

@@ -10,10 +10,13 @@
 const MoreSCPPPOptions* MoreSCGetDefaultPPPOptions(Boolean forPPPoE);
 
 // Builds the PPP entity; a digest without options takes the dial-up
-// defaults of this system. Same contract as the other builders.
+// defaults of this system. *entity must hold nil on entry; on success it
+// receives a new dictionary the caller owns and releases, on failure it
+// stays nil (-4960, or -108 for the password's buffer).
 OSStatus MoreSCCreatePPPEntity(const MoreSCPPPDigest* digest, CFDictionaryRef* entity);
 
 // The password as stored under "AuthPassword": its UTF-16 code units,
 // big-endian, no byte-order mark and no terminator. The caller owns the
-// data; *encodedPassword must be nil on entry.
+// data; *encodedPassword must be nil on entry and stays nil on failure
+// (-108 or -4960).
 OSStatus MoreSCFCopyEncodedPPPPassword(CFStringRef password, CFDataRef* encodedPassword);

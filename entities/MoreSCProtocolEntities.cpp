@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "entities/MoreSCAddresses.h"
+#include "entities/MoreSCProtocolEntitiesInternal.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"

@@ -1,6 +1,9 @@
 // Builders of the protocol entities of a service: IPv4, DNS, Proxies and
-// AppleTalk. Same contract as the interface builders: digest in, a new
-// mutable dictionary owned by the caller out (nil on failure).
+// AppleTalk. Same contract as the interface builders: the digest in (not
+// nil), and *entity, nil on entry, receives a new dictionary the caller
+// owns and releases; on failure it stays nil (-4960 when an object cannot
+// be made). Failed checks of the digest are reported on standard error and
+// the entity is built all the same.
 #pragma once
 
 #include "entities/MoreSCDigests.h"
@@ -13,8 +16,3 @@ OSStatus MoreSCCreateDNSEntity(const MoreSCDNSDigest* digest, CFDictionaryRef* e
 // auto-configuration keys.
 OSStatus MoreSCCreateProxiesEntity(const MoreSCProxiesDigest* digest, CFDictionaryRef* entity);
 OSStatus MoreSCCreateAppleTalkEntity(const MoreSCAppleTalkDigest* digest, CFDictionaryRef* entity);
-
-// One protocol of the Proxies entity: the enable flag always, the proxy
-// host if not nil, the port if not 0.
-OSStatus AddProxy(CFMutableDictionaryRef dict, CFStringRef enableKey, CFStringRef proxyKey, CFStringRef portKey,
-                  Boolean enable, CFStringRef proxy, UInt16 port);
