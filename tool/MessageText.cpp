@@ -3,19 +3,17 @@
 #include <algorithm>
 
 #include "platform/corefoundation/CFRef.h"
+#include "plist/CFQTyped.h"
 
 void GetCStringCut(CFTypeRef value, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
     if (bufferSize <= 0) return;
     buffer[0] = '\0';
     if (value == nil) return;
 
-    CFRef<CFStringRef> text;
-    if (CFGetTypeID(value) == CFStringGetTypeID()) {
-        text = CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(value));
-    } else {
-        text.reset(CFCopyDescription(value));
-        if (!text) return;
-    }
+    // A value that is not a string is named by its description.
+    CFRef<CFStringRef> text = CFRef<CFStringRef>::Retain(CFQCast<CFStringRef>(value));
+    if (!text) text.reset(CFCopyDescription(value));
+    if (!text) return;
     if (CFStringGetCString(text.get(), buffer, bufferSize, encoding)) return;
 
     // Every UTF-16 unit takes at least one byte in the encodings used here,

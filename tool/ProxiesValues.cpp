@@ -1,14 +1,16 @@
 #include "tool/ProxiesValues.h"
 
 #include "platform/corefoundation/CFRef.h"
+#include "plist/CFQTyped.h"
 
 FlagReading ReadFlag(CFDictionaryRef proxies, CFStringRef key, SInt32* value) {
     *value = 0;
     CFTypeRef stored = CFDictionaryGetValue(proxies, key);
     if (stored == nil) return FlagReading::kAbsent;
-    if (CFGetTypeID(stored) != CFNumberGetTypeID()) return FlagReading::kUnreadable;
+    CFNumberRef number = CFQCast<CFNumberRef>(stored);
+    if (number == nil) return FlagReading::kUnreadable;
     int converted = 0;
-    Boolean exact = CFNumberGetValue(static_cast<CFNumberRef>(stored), kCFNumberIntType, &converted);
+    Boolean exact = CFNumberGetValue(number, kCFNumberIntType, &converted);
     *value = converted;
     return exact ? FlagReading::kExact : FlagReading::kUnreadable;
 }
@@ -23,9 +25,8 @@ TextReading ReadText(CFDictionaryRef proxies, CFStringRef key, CFStringRef* text
     *text = nil;
     CFTypeRef stored = CFDictionaryGetValue(proxies, key);
     if (stored == nil) return TextReading::kAbsent;
-    if (CFGetTypeID(stored) != CFStringGetTypeID()) return TextReading::kEmpty;
-    CFStringRef string = static_cast<CFStringRef>(stored);
-    if (CFStringGetLength(string) == 0) return TextReading::kEmpty;
+    CFStringRef string = CFQCast<CFStringRef>(stored);
+    if (string == nil || CFStringGetLength(string) == 0) return TextReading::kEmpty;
     *text = string;
     return TextReading::kText;
 }

@@ -8,6 +8,7 @@
 #include "netconfig/MoreSCSets.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
+#include "plist/CFQTyped.h"
 #include "tool/MessageText.h"
 
 ServiceLabel::ServiceLabel(CFTypeRef serviceID) {
@@ -67,7 +68,7 @@ void WalkServices(Visit visit) {
             if (err != noErr) continue;
             // A "Proxies" value that is not a dictionary is no entity the
             // commands can read; it is passed over like a missing one.
-            if (!proxies || CFGetTypeID(proxies.get()) != CFDictionaryGetTypeID()) continue;
+            if (CFQCast<CFDictionaryRef>(proxies.get()) == nil) continue;
 
             ServiceLabel label(serviceID);
             visit(serviceID, proxies.get(), label, err, changed);
