@@ -37,16 +37,13 @@ OSStatus MoreSCOpen(Boolean lockThePrefs, Boolean waitForLock) {
         gPrefsRef = SCPreferencesCreate(nil, name, nil);
         err = MoreSCError(gPrefsRef);
     }
-    if (err == noErr && lockThePrefs) {
-        // A nested open may lock a session its outer open left unlocked; the
-        // lock then lasts until the outermost close. A session that never
-        // got its store (a failed first open) has nothing to lock.
-        if (gPrefsLocked) {
-            err = noErr;
-        } else {
-            err = MoreSCErrorBoolean(gPrefsRef != nil && SCPreferencesLock(gPrefsRef, waitForLock));
-            gPrefsLocked = (err == noErr);
-        }
+    // A nested open may lock a session its outer open left unlocked; the
+    // lock then lasts until the outermost close, and a session that holds
+    // it already is not locked again. A session that never got its store
+    // (a failed first open) has nothing to lock.
+    if (err == noErr && lockThePrefs && !gPrefsLocked) {
+        err = MoreSCErrorBoolean(gPrefsRef != nil && SCPreferencesLock(gPrefsRef, waitForLock));
+        gPrefsLocked = (err == noErr);
     }
     // Counted even on failure: the caller still owes the matching close.
     gPrefsOpenCount += 1;
