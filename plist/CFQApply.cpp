@@ -2,12 +2,10 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
+#include "plist/CFQTyped.h"
 #include "plist/PointerBuffer.h"
 
 namespace {
-
-bool IsDictionary(CFTypeRef node) { return CFGetTypeID(node) == CFDictionaryGetTypeID(); }
-bool IsArray(CFTypeRef node) { return CFGetTypeID(node) == CFArrayGetTypeID(); }
 
 // Calls visit(key, value) for every entry of dict in enumeration order. When
 // the key buffer cannot be had the entries are skipped without a word: a
@@ -30,12 +28,11 @@ void CFQPropertyListDeepApplyFunction(CFPropertyListRef propList, CFQPropertyLis
 
     // Pre-order: the node first, then its children; keys are not visited.
     func(propList, context);
-    if (IsDictionary(propList)) {
-        ForEachEntry(static_cast<CFDictionaryRef>(propList), [&](const void*, const void* value) {
+    if (CFDictionaryRef dict = CFQCast<CFDictionaryRef>(propList)) {
+        ForEachEntry(dict, [&](const void*, const void* value) {
             CFQPropertyListDeepApplyFunction(value, func, context);
         });
-    } else if (IsArray(propList)) {
-        CFArrayRef array = static_cast<CFArrayRef>(propList);
+    } else if (CFArrayRef array = CFQCast<CFArrayRef>(propList)) {
         CFIndex count = CFArrayGetCount(array);
         for (CFIndex i = 0; i < count; i++) {
             CFQPropertyListDeepApplyFunction(CFArrayGetValueAtIndex(array, i), func, context);
@@ -48,12 +45,10 @@ void CFQPropertyListShallowApplyFunction(CFPropertyListRef propList, CFQProperty
     MoreAssertQ(propList != nil);
     MoreAssertQ(func != nil);
 
-    if (IsDictionary(propList)) {
-        ForEachEntry(static_cast<CFDictionaryRef>(propList),
-                     [&](const void* key, const void* value) { func(key, value, context); });
-    } else if (IsArray(propList)) {
+    if (CFDictionaryRef dict = CFQCast<CFDictionaryRef>(propList)) {
+        ForEachEntry(dict, [&](const void* key, const void* value) { func(key, value, context); });
+    } else if (CFArrayRef array = CFQCast<CFArrayRef>(propList)) {
         // An array's "keys" are its indices, as numbers of the host's long kind.
-        CFArrayRef array = static_cast<CFArrayRef>(propList);
         CFIndex count = CFArrayGetCount(array);
         for (CFIndex i = 0; i < count; i++) {
             long index = i;
@@ -66,5 +61,5 @@ void CFQPropertyListShallowApplyFunction(CFPropertyListRef propList, CFQProperty
 }
 
 Boolean CFQPropertyListIsLeaf(CFTypeRef typeRef) {
-    return !(IsDictionary(typeRef) || IsArray(typeRef));
+    return CFQCast<CFDictionaryRef>(typeRef) == nil && CFQCast<CFArrayRef>(typeRef) == nil;
 }

@@ -2,6 +2,7 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
+#include "plist/CFQTyped.h"
 #include "plist/MoreCFQInternal.h"
 #include "plist/PointerBuffer.h"
 
@@ -27,10 +28,10 @@ OSStatus CFQDictionaryGetValueAtPath(CFDictionaryRef dict, const void* path[], C
             err = kCFQKeyNotFoundErr;
         } else if (i == pathElementCount - 1) {
             *result = value;
-        } else if (value == nil || CFGetTypeID(value) != CFDictionaryGetTypeID()) {
-            err = kCFQDataErr;
         } else {
-            current = static_cast<CFDictionaryRef>(value);
+            // Only a dictionary leads further down.
+            current = CFQCast<CFDictionaryRef>(value);
+            if (current == nil) err = kCFQDataErr;
         }
     }
 
@@ -55,23 +56,16 @@ OSStatus CFQMutableDictionaryGetParentForPath(CFMutableDictionaryRef dict, const
     CFMutableDictionaryRef current = dict;
     for (CFIndex i = 0; err == noErr && i < pathElementCount - 1; i++) {
         const void* child = nil;
-        if (!CFDictionaryGetValueIfPresent(current, path[i], &child)) {
-            err = kCFQKeyNotFoundErr;
-        } else if (child == nil || CFGetTypeID(child) != CFDictionaryGetTypeID()) {
-            err = kCFQDataErr;
-        } else {
-            CFRef<CFMutableDictionaryRef> childCopy(
-                CFDictionaryCreateMutableCopy(nil, 0, static_cast<CFDictionaryRef>(child)));
-            CFMutableDictionaryRef mutableChild = childCopy.get();
-            if (mutableChild == nil) {
-                err = coreFoundationUnknownErr;
-            } else {
-                // The parent must hold the copy before our reference goes.
-                CFDictionarySetValue(current, path[i], mutableChild);
-                MoreAssertQ(CFGetRetainCount(mutableChild) >= 2);
-                current = mutableChild;
-            }
-        }
+        if (!CFDictionaryGetValueIfPresent(current, path[i], &child)) err = kCFQKeyNotFoundErr;
+        CFDictionaryRef childDict = CFQCast<CFDictionaryRef>(child);
+        if (err == noErr && childDict == nil) err = kCFQDataErr;
+        CFRef<CFMutableDictionaryRef> childCopy;
+        if (err == noErr) childCopy = CFQDictionaryCreateMutableCopy(childDict, &err);
+        CFMutableDictionaryRef mutableChild = childCopy.get();
+        // The parent must hold the copy before our reference goes.
+        if (err == noErr) CFDictionarySetValue(current, path[i], mutableChild);
+        if (err == noErr) MoreAssertQ(CFGetRetainCount(mutableChild) >= 2);
+        if (err == noErr) current = mutableChild;
     }
     if (err == noErr) *result = current;
 
