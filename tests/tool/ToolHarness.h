@@ -14,6 +14,9 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "support/BoundedWait.h"
 #include "support/TempRoot.h"
 
 extern char** environ;
@@ -25,7 +28,8 @@ struct ToolRun {
 };
 
 // Runs Tarnwick with args; TARNWICK_ROOT is the temporary root (TempRoot
-// sets it in this process's environment, which the child inherits).
+// sets it in this process's environment, which the child inherits). A run
+// that does not end within the wait is killed and fails the test.
 inline ToolRun RunTool(const TempRoot& root, const std::vector<std::string>& args) {
     std::string outPath = (root.path() / "tool.stdout").string();
     std::string errPath = (root.path() / "tool.stderr").string();
@@ -41,8 +45,11 @@ inline ToolRun RunTool(const TempRoot& root, const std::vector<std::string>& arg
     pid_t pid = 0;
     if (posix_spawn(&pid, TARNWICK_EXECUTABLE, &actions, nullptr, argv.data(), environ) == 0) {
         int status = 0;
-        waitpid(pid, &status, 0);
-        run.exitedWithZero = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        if (WaitForChild(pid, &status)) {
+            run.exitedWithZero = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        } else {
+            ADD_FAILURE() << "Tarnwick " << (args.empty() ? "" : args[0]) << " did not finish and was killed";
+        }
     }
     posix_spawn_file_actions_destroy(&actions);
     run.out = TempRoot::ReadFile(outPath);
