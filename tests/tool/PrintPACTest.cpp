@@ -9,6 +9,7 @@ namespace {
 TEST(PrintPACTest, PrintsEachFormOfTheTwoValuesInServiceOrder) {
     TempRoot root;
     std::string longURL = "http://wpad.example.com/" + std::string(280, 'p') + ".pac";
+    std::string longID(300, 'L');  // a label is cut to 254 bytes, like a URL
     // Listed out of key order, so that the walk's order shows.
     Node store = MakeStore({
         {"Z", Dict({{"ProxyAutoConfigEnable", Int(1)}, {"ProxyAutoConfigURLString", Str("http://a.example/p.pac")}})},
@@ -19,6 +20,7 @@ TEST(PrintPACTest, PrintsEachFormOfTheTwoValuesInServiceOrder) {
         {"W", Dict({{"ProxyAutoConfigEnable", Int(4294967296)}, {"ProxyAutoConfigURLString", Int(3)}})},
         {"V", Dict({{"ProxyAutoConfigEnable", Str("1")}, {"ProxyAutoConfigURLString", Str(longURL)}})},
         {"U", Dict({{"ProxyAutoConfigEnable", Int(-2)}, {"ProxyAutoConfigURLString", Str("http://caf\xc3\xa9/p.pac")}})},
+        {longID, Dict({{"ProxyAutoConfigEnable", Int(0)}})},
     });
     auto file = root.writeStore(store.File());
     FileStamp before = FileStamp::Take(file);
@@ -32,7 +34,8 @@ TEST(PrintPACTest, PrintsEachFormOfTheTwoValuesInServiceOrder) {
               "PACEnable : None - X\nPACURL : None - X\n"
               "PACEnable : N/A - W\nPACURL : N/A - W\n"
               "PACEnable : N/A - V\nPACURL : " + longURL.substr(0, 254) + " - V\n"
-              "PACEnable : -2 - U\nPACURL : http://caf - U\n");
+              "PACEnable : -2 - U\nPACURL : http://caf - U\n"
+              "PACEnable : 0 - " + longID.substr(0, 254) + "\nPACURL : None - " + longID.substr(0, 254) + "\n");
     EXPECT_TRUE(FileStamp::Read(file) == before);
 }
 

@@ -60,20 +60,26 @@ TEST(SwitchCommandsTest, DisablePACSwitchesEachServiceThatHasTheSetting) {
     EXPECT_EQ(TempRoot::ReadFile(file), store.File());
 }
 
-TEST(SwitchCommandsTest, NothingToSwitchLeavesTheFileUntouched) {
-    TempRoot root;
-    auto file = root.writeStore(MakeStore({{"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("h")},
-                                                      {"ProxyAutoConfigEnable", Int(1)},
-                                                      {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
-                                           {"B", Dict()}})
-                                    .File());
-    FileStamp before = FileStamp::Take(file);
-    ToolRun run = RunTool(root, {"-e"});
-    EXPECT_TRUE(run.exitedWithZero);
-    EXPECT_EQ(run.out,
-              "- Http Proxy is already disabled - A.\n- Http Proxy does not exist - B.\n"
-              "- PAC Enable is already enabled - A.\n- PAC URL does not exist - B.\n");
-    EXPECT_TRUE(FileStamp::Read(file) == before);
+// A run that finds everything as wanted neither saves nor applies.
+TEST(SwitchCommandsTest, NothingToDoLeavesTheFileUntouched) {
+    const std::pair<std::vector<std::string>, const char*> runs[] = {
+        {{"-e"}, "- PAC Enable is already enabled - A.\n"},
+        {{"-f", "http://w/p.pac"}, "- PAC is already set - A.\n"},
+        {{"-u", "http://w/p.pac"}, "- PAC is ready for Orbel - A.\n"},
+    };
+    for (const auto& [args, pacLine] : runs) {
+        SCOPED_TRACE(args[0]);
+        TempRoot root;
+        auto file = root.writeStore(MakeStore({{"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("h")},
+                                                          {"ProxyAutoConfigEnable", Int(1)},
+                                                          {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})}})
+                                        .File());
+        FileStamp before = FileStamp::Take(file);
+        ToolRun run = RunTool(root, args);
+        EXPECT_EQ(run.out, std::string("- Http Proxy is already disabled - A.\n") + pacLine);
+        EXPECT_TRUE(FileStamp::Read(file) == before);
+        EXPECT_FALSE(std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist"));
+    }
 }
 
 std::string ReplaceOnce(std::string text, const std::string& from, const std::string& to) {
