@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 #include "netconfig/MoreSCPaths.h"
 #include "netconfig/MoreSCSession.h"
 #include "platform/corefoundation/CFRef.h"
+#include "support/StderrCapture.h"
 #include "support/TempRoot.h"
 
 namespace {
@@ -36,6 +38,41 @@ std::string Text(CFStringRef string) {
     return CFStringGetCString(string, buffer, sizeof(buffer), kCFStringEncodingUTF8) ? buffer : "(unreadable)";
 }
 
+using PathCopier = std::function<OSStatus(CFStringRef*)>;
+
+struct PathRow {
+    const char* what;
+    PathCopier copy;
+    OSStatus status;
+    const char* path;
+    const char* report = "";
+};
+
+// Runs each row with a fresh out-parameter and checks status, path and what
+// was reported.
+void ExpectPaths(const std::vector<PathRow>& rows) {
+    for (const PathRow& row : rows) {
+        SCOPED_TRACE(row.what);
+        CFRef<CFStringRef> path;
+        StderrCapture reports;
+        EXPECT_EQ(row.copy(path.out()), row.status);
+        EXPECT_EQ(Text(path.get()), row.path);
+        EXPECT_EQ(reports.text(), row.report);
+    }
+}
+
+TEST(PathStrings, IDIsTheThirdComponentOfAPath) {
+    const char* report = "MoreAssertQ failure: CFArrayGetCount(sePathComponents) == 3\n";
+    auto id = [](CFStringRef path) { return [path](CFStringRef* id) { return CopySeIDFromSePath(path, id); }; };
+    ExpectPaths({
+        {"service", id(CFSTR("/NetworkServices/12")), noErr, "12"},
+        {"set", id(CFSTR("/Sets/0")), noErr, "0"},
+        {"empty ID", id(CFSTR("/Sets/")), noErr, ""},
+        {"too short", id(CFSTR("/Sets")), coreFoundationUnknownErr, "(nil)", report},
+        {"too long", id(CFSTR("/Sets/0/Network")), noErr, "0", report},  // the third component all the same
+    });
+}
+
 class Paths : public testing::Test {
 protected:
     void Open(const char* storeText) {
@@ -54,79 +91,41 @@ protected:
     bool open_ = false;
 };
 
-TEST(PathStrings, IDIsTheThirdComponentOfAPath) {
-    struct Case {
-        CFStringRef path;
-        const char* id;
-    } cases[] = {{CFSTR("/NetworkServices/12"), "12"}, {CFSTR("/Sets/0"), "0"}, {CFSTR("/Sets/"), ""}};
-    for (const Case& c : cases) {
-        CFRef<CFStringRef> id;
-        EXPECT_EQ(CopySeIDFromSePath(c.path, id.out()), noErr);
-        EXPECT_EQ(Text(id.get()), c.id);
-    }
-
-    // Too short: reported, and no ID.
-    CFRef<CFStringRef> id;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(CopySeIDFromSePath(CFSTR("/Sets"), id.out()), coreFoundationUnknownErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "MoreAssertQ failure: CFArrayGetCount(sePathComponents) == 3\n");
-    EXPECT_EQ(id.get(), nullptr);
-
-    // Too long: reported, and the third component still taken.
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(CopySeIDFromSePath(CFSTR("/Sets/0/Network"), id.out()), noErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "MoreAssertQ failure: CFArrayGetCount(sePathComponents) == 3\n");
-    EXPECT_EQ(Text(id.get()), "0");
-}
-
-TEST_F(Paths, SetPathsComeFromTheIDOrTheCurrentSet) {
+TEST_F(Paths, SetsAndServicesAreReachedThroughTheSetsLinks) {
     Open(kStore);
-    CFRef<CFStringRef> path;
-    // No set 7 exists; its path is made all the same.
-    EXPECT_EQ(CopySetPath(CFSTR("7"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/7");
-    EXPECT_EQ(CopySetGlobalsPath(nil, path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/0/Network/Global");
-    EXPECT_EQ(CopySetServicesPath(CFSTR("7"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/7/Network/Service");
+    auto entity = [](CFStringRef setID, CFStringRef serviceID, CFStringRef protocol) {
+        return [=](CFStringRef* path) {
+            return protocol == nil ? CopyResolvedServicePath(setID, serviceID, path)
+                                   : CopyEntityPath(setID, serviceID, protocol, path);
+        };
+    };
+    ExpectPaths({
+        // No set 7 exists; its paths are made all the same.
+        {"set 7", [](CFStringRef* p) { return CopySetPath(CFSTR("7"), p); }, noErr, "/Sets/7"},
+        {"current globals", [](CFStringRef* p) { return CopySetGlobalsPath(nil, p); }, noErr, "/Sets/0/Network/Global"},
+        {"services of 7", [](CFStringRef* p) { return CopySetServicesPath(CFSTR("7"), p); }, noErr,
+         "/Sets/7/Network/Service"},
+        {"linked", entity(CFSTR("0"), CFSTR("3"), nil), noErr, "/NetworkServices/3"},
+        {"local ID", entity(nil, CFSTR("L1"), CFSTR("Proxies")), noErr, "/NetworkServices/3/Proxies"},
+        // A nil service means the set's globals, whether or not the set exists.
+        {"globals", entity(CFSTR("9"), nil, nil), noErr, "/Sets/9/Network/Global"},
+        {"global entity", entity(CFSTR("9"), nil, CFSTR("IPv4")), noErr, "/Sets/9/Network/Global/IPv4"},
+        // Not linked from the set, not a link, or no such set: unreachable.
+        {"not linked", entity(CFSTR("0"), CFSTR("12"), nil), kSCStatusNoKey, "(nil)"},
+        {"not a link", entity(nil, CFSTR("5"), nil), kSCStatusNoKey, "(nil)"},
+        {"no set", entity(CFSTR("9"), CFSTR("3"), CFSTR("Proxies")), kSCStatusNoKey, "(nil)"},
+    });
 }
 
 TEST_F(Paths, WithoutACurrentSetThereIsNoDefaultSet) {
     Open(R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>Sets</key><dict/></dict></plist>
 )");
-    CFRef<CFStringRef> path;
-    EXPECT_EQ(CopySetPath(nil, path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(CopyEntityPath(nil, CFSTR("3"), CFSTR("Proxies"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-}
-
-TEST_F(Paths, ServicesAreReachedThroughTheSetsLinks) {
-    Open(kStore);
-    CFRef<CFStringRef> path;
-    EXPECT_EQ(CopyResolvedServicePath(CFSTR("0"), CFSTR("3"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/NetworkServices/3");
-    EXPECT_EQ(CopyEntityPath(nil, CFSTR("L1"), CFSTR("Proxies"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/NetworkServices/3/Proxies");
-
-    // A nil service means the set's globals, whether or not the set exists.
-    EXPECT_EQ(CopyResolvedServicePath(CFSTR("9"), nil, path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/9/Network/Global");
-    EXPECT_EQ(CopyEntityPath(CFSTR("9"), nil, CFSTR("IPv4"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/9/Network/Global/IPv4");
-
-    // Not linked from the set, not a link, or no such set: unreachable.
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(CopyResolvedServicePath(CFSTR("0"), CFSTR("12"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(CopyResolvedServicePath(nil, CFSTR("5"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(CopyEntityPath(CFSTR("9"), CFSTR("3"), CFSTR("Proxies"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    ExpectPaths({
+        {"set", [](CFStringRef* p) { return CopySetPath(nil, p); }, kSCStatusNoKey, "(nil)"},
+        {"entity", [](CFStringRef* p) { return CopyEntityPath(nil, CFSTR("3"), CFSTR("Proxies"), p); },
+         kSCStatusNoKey, "(nil)"},
+    });
 }
 
 }  // namespace
