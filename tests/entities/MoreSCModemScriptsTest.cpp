@@ -66,20 +66,21 @@ TEST_F(ModemScriptsTest, MergesDomainsSortedOnceEachSkippingHiddenFilesAndFolder
     EXPECT_EQ(1, index);
 }
 
+// Without the default script the index is 0, wherever its name would sort.
 TEST_F(ModemScriptsTest, MissingDefaultScriptGivesIndexZero) {
     CFRef<CFArrayRef> scripts;
     SInt32 index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));  // no folders at all
     EXPECT_EQ(0, CFArrayGetCount(scripts.get()));
     EXPECT_EQ(0, index);
-    AddScript(kLocal, "Hayes");
-    AddScript(kSystem, "USRobotics");
+
+    AddScript(kLocal, "AAA Modem");  // sorts before the default's name
+    AddScript(kSystem, "Hayes");
+    scripts.reset();
     index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
-    EXPECT_EQ((std::vector<std::string>{"Hayes", "USRobotics"}), Strings(scripts.get()));
+    EXPECT_EQ((std::vector<std::string>{"AAA Modem", "Hayes"}), Strings(scripts.get()));
     EXPECT_EQ(0, index);
-
-    // The index is optional.
-    ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), nullptr));
-    EXPECT_EQ(2, CFArrayGetCount(scripts.get()));
+    scripts.reset();
+    EXPECT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), nullptr));  // the index is optional
 }
