@@ -90,22 +90,4 @@ TEST_F(Services, EmptyOrMalformedServiceOrder) {
     }
 }
 
-TEST_F(Services, RealStoreOrderAndNames) {
-    root_.installStore("macbook-air-http-proxy-ppp.plist");
-    CFRef<CFArrayRef> local, resolved;
-    ASSERT_EQ(MoreSCCopyServiceIDs(nullptr, local.out(), resolved.out()), noErr);
-    EXPECT_EQ(Texts(local.get()), (Strings{"4A73E068-DCE3-46C3-98EE-991526FF151A",
-                                           "622D9F75-98F0-4AF1-8FFC-C5A27462B0B6",
-                                           "3896F922-5883-4D53-AC38-CEDEC0DAAAF3"}));
-    EXPECT_EQ(Texts(resolved.get()), Texts(local.get()));
-    for (CFIndex i = 0; i < CFArrayGetCount(local.get()); i++) {
-        auto serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(local.get(), i));
-        Boolean active = 7;
-        CFRef<CFStringRef> name;
-        EXPECT_EQ(MoreSCIsServiceActive(nullptr, serviceID, &active), noErr);
-        EXPECT_NE(active, 7);
-        EXPECT_EQ(MoreSCCopyUserVisibleNameOfService(nullptr, serviceID, name.out()), noErr);
-    }
-}
-
 }  // namespace

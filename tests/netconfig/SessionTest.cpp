@@ -89,22 +89,19 @@ TEST_F(Session, AFailedSaveReachesTheCallerAndIsNotApplied) {
     EXPECT_EQ(reports.text().find("MoreAssert"), std::string::npos);
 }
 
+// The store is opened under the client's name, or "MoreSCF"; a new name
+// waits for the next outermost open.
 TEST_F(Session, StoreIsOpenedUnderTheClientName) {
-    CFRef<CFStringRef> name(CFStringCreateWithCString(nil, "Proxy switcher", kCFStringEncodingUTF8));
-    MoreSCSetClient(name.get());
-    name.reset();  // the session keeps its own reference
-
+    auto openedAs = [] { return SCPreferencesInside(MoreSCGetSCPreferencesRef())->name; };
+    MoreSCSetClient(CFRef<CFStringRef>(CFStringCreateWithCString(nil, "Proxy switcher", kCFStringEncodingUTF8)).get());
     ASSERT_EQ(MoreSCOpen(false, false), noErr);
-    EXPECT_EQ(SCPreferencesInside(MoreSCGetSCPreferencesRef())->name, "Proxy switcher");
-    // A new name waits for the next outermost open.
+    EXPECT_EQ(openedAs(), "Proxy switcher");
     MoreSCSetClient(nil);
     ASSERT_EQ(MoreSCOpen(false, false), noErr);
-    EXPECT_EQ(SCPreferencesInside(MoreSCGetSCPreferencesRef())->name, "Proxy switcher");
+    EXPECT_EQ(openedAs(), "Proxy switcher");
     EXPECT_EQ(Close(Close(noErr, false), false), noErr);
-
-    EXPECT_EQ(MoreSCGetClient(), nullptr);
     ASSERT_EQ(MoreSCOpen(false, false), noErr);
-    EXPECT_EQ(SCPreferencesInside(MoreSCGetSCPreferencesRef())->name, "MoreSCF");
+    EXPECT_EQ(openedAs(), "MoreSCF");
     EXPECT_EQ(Close(noErr, false), noErr);
 }
 

@@ -39,13 +39,13 @@ TEST(CommandLineTest, BadUsagePrintsUsageOnlyAndChangesNothing) {
         SCOPED_TRACE(args.empty() ? "(no arguments)" : args[0] + " with " + std::to_string(args.size()) + " args");
         TempRoot root;
         auto store = root.writeStore(ProxyOnStore().File());
-        FileStamp before = FileStamp::Take(store);
+        std::string before = Stamp(store, true);
 
         ToolRun run = RunTool(root, args);
         EXPECT_TRUE(run.exitedWithZero);
         EXPECT_EQ(run.err, kUsage);
         EXPECT_EQ(run.out, "");
-        EXPECT_TRUE(FileStamp::Read(store) == before);
+        EXPECT_EQ(Stamp(store), before);
     }
 }
 
