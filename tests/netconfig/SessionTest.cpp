@@ -1,26 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-
 #include "netconfig/MoreSCSession.h"
+
 #include "netconfig/MoreSCSessionState.h"
-#include "platform/corefoundation/CFRef.h"
+#include "netconfig/StoreFixture.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
-#include "support/StderrCapture.h"
 #include "support/StoreLockHolder.h"
-#include "support/TempRoot.h"
 
 namespace {
 
-const char kStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict><key>CurrentSet</key><string>/Sets/0</string></dict></plist>
-)";
-
-class Session : public testing::Test {
+class Session : public StoreTest {
 protected:
-    void SetUp() override { store_ = root_.writeStore(kStore); }
-
     void TearDown() override {
         // Every test must leave the process-wide session closed.
         EXPECT_EQ(gPrefsOpenCount, 0);
@@ -38,14 +26,8 @@ protected:
         MoreSCClose(&err, commit);
         return err;
     }
+    bool Saved() const { return FileText().find("Marker") != std::string::npos; }
 
-    bool Saved() const { return TempRoot::ReadFile(store_).find("Marker") != std::string::npos; }
-    bool Applied() const {
-        return std::filesystem::exists(root_.path() / "var/run/SystemConfiguration/preferences.plist");
-    }
-
-    TempRoot root_;
-    std::filesystem::path store_;
     Watchdog watchdog_{"a session test"};
 };
 
@@ -64,7 +46,7 @@ TEST_F(Session, OnlyTheOutermostCloseSavesAndApplies) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::Message() << row.innerErr << " " << row.outerErr);
-        store_ = root_.writeStore(kStore);
+        root_.writeStore(kTwoSetStore);
         std::filesystem::remove_all(root_.path() / "var");
         ASSERT_EQ(MoreSCOpen(false, false), noErr);
         SCPreferencesRef outerStore = MoreSCGetSCPreferencesRef();
@@ -82,7 +64,7 @@ TEST_F(Session, OnlyTheOutermostCloseSavesAndApplies) {
 TEST_F(Session, AFailedSaveReachesTheCallerAndIsNotApplied) {
     ASSERT_EQ(MoreSCOpen(false, false), noErr);
     ChangeStore();
-    root_.writeStore(std::string(kStore) + "\n");  // someone else saves meanwhile
+    root_.writeStore(std::string(kTwoSetStore) + "\n");  // someone else saves meanwhile
     StderrCapture reports;
     EXPECT_EQ(Close(noErr, true), kSCStatusStale);
     EXPECT_FALSE(Applied());
@@ -150,7 +132,7 @@ TEST_F(Session, FailedFirstOpenIsCountedAndClosedQuietly) {
     // The store says why it failed; the session's own checks all hold.
     EXPECT_NE(reports.text().find("SCPreferences: cannot read"), std::string::npos);
     EXPECT_EQ(reports.text().find("MoreAssert"), std::string::npos);
-    EXPECT_EQ(TempRoot::ReadFile(store_), "this is not a property list");
+    EXPECT_EQ(FileText(), "this is not a property list");
 }
 
 TEST_F(Session, PlatformFailuresAlwaysBecomeAStatus) {

@@ -36,18 +36,14 @@ inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
   <key>0</key><dict><key>UserDefinedName</key><string>Automatic</string><key>Network</key><dict>
     <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
       <array><string>3</string><string>1</string><string>2</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>1</key><dict><key>__LINK__</key><string>/NetworkServices/1</string></dict>
+    <key>Service</key><dict><key>1</key><dict><key>__LINK__</key><string>/NetworkServices/1</string></dict>
       <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
-      <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
-    </dict></dict></dict>
+      <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict></dict></dict></dict>
   <key>1</key><dict><key>Network</key><dict>
     <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
       <array><string>2</string><string>L4</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
-      <key>L4</key><dict><key>__LINK__</key><string>/NetworkServices/4</string></dict>
-    </dict></dict></dict>
+    <key>Service</key><dict><key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
+      <key>L4</key><dict><key>__LINK__</key><string>/NetworkServices/4</string></dict></dict></dict></dict>
 </dict>
 </dict></plist>
 )";

@@ -1,6 +1,6 @@
 // Arrays, dictionaries and deep copies: reference counts through every
-// kind of change, lookups by value, insertion order through removals, and
-// copies that are independent of their source.
+// kind of change, insertion order through removals, and copies that are
+// independent of their source.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -79,26 +79,6 @@ TEST(CFContainers, ReferenceCountsThroughChanges) {
     EXPECT_EQ(CFGetRetainCount(a.get()), 1);
     EXPECT_FALSE(CFArrayContainsValue(plain.get(), CFRangeMake(0, 3), Int(1).get()));
     EXPECT_EQ(CFDictionaryGetCount(plainDict.get()), 2);
-}
-
-TEST(CFContainers, LookupsCompareByValue) {
-    CFRef<CFMutableStringRef> probe(CFStringCreateMutableCopy(nullptr, 0, CFSTR("Ether")));
-    CFStringAppend(probe.get(), CFSTR("net"));
-    const void* names[] = {CFSTR("AirPort"), CFSTR("Ethernet")};
-    CFRef<CFArrayRef> list(CFArrayCreate(nullptr, names, 2, &kCFTypeArrayCallBacks));
-    EXPECT_EQ(CFArrayGetFirstIndexOfValue(list.get(), CFRangeMake(0, 2), probe.get()), 1);
-    EXPECT_EQ(CFArrayGetFirstIndexOfValue(list.get(), CFRangeMake(0, 1), probe.get()), kCFNotFound);
-
-    auto dict = NewDict();
-    CFDictionarySetValue(dict.get(), probe.get(), kCFBooleanTrue);
-    EXPECT_EQ(CFDictionaryGetValue(dict.get(), CFSTR("Ethernet")), kCFBooleanTrue);
-    // Equal dictionaries, whatever their order, are equal and hash alike.
-    auto other = NewDict();
-    CFDictionarySetValue(other.get(), CFSTR("x"), Int(1).get());
-    CFDictionarySetValue(other.get(), CFSTR("Ethernet"), kCFBooleanTrue);
-    CFDictionarySetValue(dict.get(), CFSTR("x"), Int(1).get());
-    EXPECT_TRUE(CFEqual(dict.get(), other.get()));
-    EXPECT_EQ(CFHash(dict.get()), CFHash(other.get()));
 }
 
 // Keys enumerate in insertion order: a replaced value keeps its place, a
