@@ -51,14 +51,14 @@ TEST_F(ModemScriptsTest, MergesDomainsSortedOnceEachSkippingHiddenFilesAndFolder
     AddScript(kSystem, "zoom 56k");
     AddScript(kSystem, "Modem 10");
     AddScript(kSystem, "Modem 9");
-    // More scripts than one batch of the folder reader holds.
-    for (int i = 1; i <= 60; i++) AddScript(kLocal, "Script " + std::to_string(i));
+    // One script more than a batch of the folder reader holds.
+    for (int i = 1; i <= 51; i++) AddScript(kLocal, "Script " + std::to_string(i));
 
     CFRef<CFArrayRef> scripts;
     SInt32 index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
     std::vector<std::string> expected{"AAA Modem", kDefault, "Modem 9", "Modem 10"};
-    for (int i = 1; i <= 60; i++) expected.push_back("Script " + std::to_string(i));
+    for (int i = 1; i <= 51; i++) expected.push_back("Script " + std::to_string(i));
     // Equal but for case: both kept, the user's (read first) ahead.
     expected.push_back("Zoom 56K");
     expected.push_back("zoom 56k");
