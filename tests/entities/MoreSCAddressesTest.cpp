@@ -1,23 +1,12 @@
+// Text to MAC address; the other way is checked through the Ethernet and
+// AirPort entities.
 #include "entities/MoreSCAddresses.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstring>
 
 #include "entities/EntityChecks.h"
-
-TEST(MacAddressText, FormatsLowerCaseWithoutTrailingColon) {
-    const std::pair<std::array<UInt8, 6>, const char*> rows[] = {
-        {{0x00, 0x0A, 0x95, 0x9D, 0x68, 0x16}, "00:0a:95:9d:68:16"},
-        {{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, "ff:ff:ff:ff:ff:ff"},
-    };
-    for (const auto& [mac, text] : rows) {
-        CFRef<CFStringRef> made;
-        ASSERT_EQ(noErr, MoreSCFCreateStringWithMacAddress(mac.data(), made.out()));
-        EXPECT_EQ(text, Text(made.get()));
-    }
-}
 
 // Either case and one-digit fields are read; longer text and missing fields
 // are refused and leave the address untouched.

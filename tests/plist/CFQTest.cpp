@@ -58,34 +58,31 @@ TEST(CFQKeyPaths, GetFindsValuesAndNamesTheFirstBadStep) {
     }
 }
 
+// Set and remove work at the end of an existing path only, inside the
+// immutable dictionaries too; missing steps are never made up.
 TEST(CFQKeyPaths, SetAndRemoveWorkAtTheEndOfAnExistingPathOnly) {
     CFRef<CFMutableDictionaryRef> root = MakeTree();
-    // Deep inside immutable dictionaries: replaced and added.
-    EXPECT_EQ(CFQDictionarySetValueAtPathArray(root.get(), MakeArray({CFSTR("A"), CFSTR("B"), CFSTR("C")}).get(),
-                                               CFSTR("changed")),
-              noErr);
-    const void* add[] = {CFSTR("A"), CFSTR("B"), CFSTR("D")};
-    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), add, 3, CFSTR("added")), noErr);
+    auto set = [&](Path path, CFStringRef value) {
+        return CFQDictionarySetValueAtPath(root.get(), path.data(), CFIndex(path.size()), value);
+    };
+    auto remove = [&](Path path) { return CFQDictionaryRemoveValueAtPath(root.get(), path.data(), CFIndex(path.size())); };
+    const Path leaf = {CFSTR("A"), CFSTR("B"), CFSTR("C")}, added = {CFSTR("A"), CFSTR("B"), CFSTR("D")};
+    EXPECT_EQ(CFQDictionarySetValueAtPathArray(root.get(), MakeArray(leaf).get(), CFSTR("changed")), noErr);
+    EXPECT_EQ(set(added, CFSTR("added")), noErr);
     const void* found = nil;
-    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("C")}, &found), noErr);
+    EXPECT_EQ(Get(root.get(), leaf, &found), noErr);
     EXPECT_TRUE(CFEqual(found, CFSTR("changed")));
-    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("D")}, &found), noErr);
+    EXPECT_EQ(Get(root.get(), added, &found), noErr);
     EXPECT_TRUE(CFEqual(found, CFSTR("added")));
 
-    // Missing intermediates are never made up, and absent keys not removed.
     CFRef<CFPropertyListRef> before(CFPropertyListCreateDeepCopy(nil, root.get(), kCFPropertyListImmutable));
-    const void* missing[] = {CFSTR("A"), CFSTR("X"), CFSTR("Y")};
-    const void* throughString[] = {CFSTR("A"), CFSTR("S"), CFSTR("Y")};
-    const void* absent[] = {CFSTR("A"), CFSTR("B"), CFSTR("X")};
-    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), missing, 3, CFSTR("lost")), kCFQKeyNotFoundErr);
-    EXPECT_EQ(CFQDictionarySetValueAtPath(root.get(), throughString, 3, CFSTR("lost")), kCFQDataErr);
-    EXPECT_EQ(CFQDictionaryRemoveValueAtPath(root.get(), absent, 3), kCFQKeyNotFoundErr);
-    EXPECT_EQ(CFQDictionaryRemoveValueAtPath(root.get(), missing, 3), kCFQKeyNotFoundErr);
+    EXPECT_EQ(set({CFSTR("A"), CFSTR("X"), CFSTR("Y")}, CFSTR("lost")), kCFQKeyNotFoundErr);
+    EXPECT_EQ(set({CFSTR("A"), CFSTR("S"), CFSTR("Y")}, CFSTR("lost")), kCFQDataErr);
+    EXPECT_EQ(remove({CFSTR("A"), CFSTR("B"), CFSTR("X")}), kCFQKeyNotFoundErr);
+    EXPECT_EQ(remove({CFSTR("A"), CFSTR("X"), CFSTR("Y")}), kCFQKeyNotFoundErr);
     EXPECT_TRUE(CFEqual(root.get(), before.get()));
-
-    EXPECT_EQ(CFQDictionaryRemoveValueAtPathArray(root.get(), MakeArray({CFSTR("A"), CFSTR("B"), CFSTR("C")}).get()),
-              noErr);
-    EXPECT_EQ(Get(root.get(), {CFSTR("A"), CFSTR("B"), CFSTR("C")}, &found), kCFQKeyNotFoundErr);
+    EXPECT_EQ(CFQDictionaryRemoveValueAtPathArray(root.get(), MakeArray(leaf).get()), noErr);
+    EXPECT_EQ(Get(root.get(), leaf, &found), kCFQKeyNotFoundErr);
 }
 
 TEST(CFQKeyPaths, ParentWalkCopiesEveryLevelAndLeavesOldChildrenAlone) {

@@ -1,5 +1,5 @@
-// Numbers: reading back through the C types the library uses, lossy reads,
-// and equality across the integer and floating representations.
+// Numbers: reading back through the C types the library uses, and lossy
+// reads.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -47,17 +47,4 @@ TEST(CFNumber, ReadsAreExactOrSayTheyAreNot) {
     EXPECT_TRUE(CFNumberGetValue(Num(kCFNumberFloat32Type, 0.25f).get(), kCFNumberDoubleType, &d));
     EXPECT_EQ(d, 0.25);
     EXPECT_FALSE(CFNumberGetValue(Num(kCFNumberSInt64Type, (SInt64(1) << 53) + 1).get(), kCFNumberDoubleType, &d));
-}
-
-TEST(CFNumber, EqualityComparesValuesAcrossRepresentations) {
-    auto one = Num(kCFNumberIntType, 1);
-    EXPECT_TRUE(CFEqual(one.get(), Num(kCFNumberDoubleType, 1.0).get()));
-    EXPECT_EQ(CFHash(one.get()), CFHash(Num(kCFNumberDoubleType, 1.0).get()));
-    EXPECT_FALSE(CFEqual(one.get(), Num(kCFNumberDoubleType, 1.5).get()));
-    EXPECT_EQ(CFNumberCompare(one.get(), Num(kCFNumberDoubleType, 1.5).get(), nullptr), kCFCompareLessThan);
-    // An integer just past what a double holds still compares exactly.
-    auto odd = Num(kCFNumberSInt64Type, (SInt64(1) << 53) + 1);
-    EXPECT_EQ(CFNumberCompare(odd.get(), Num(kCFNumberDoubleType, 9007199254740992.0).get(), nullptr),
-              kCFCompareGreaterThan);
-    EXPECT_FALSE(CFEqual(one.get(), kCFBooleanTrue));
 }

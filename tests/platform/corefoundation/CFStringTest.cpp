@@ -1,6 +1,6 @@
-// Strings: encodings and bounded conversion, UTF-16 lengths, ordering and
-// mutation. Searching and splitting are reached through the URL commands
-// and the store paths.
+// Strings: encodings and bounded conversion, ordering and mutation.
+// Searching and splitting are reached through the URL commands and the
+// store paths, UTF-16 through binary property lists.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -20,12 +20,6 @@ std::string Text(CFStringRef s) {
     std::vector<char> buf(static_cast<std::size_t>(CFStringGetLength(s)) * 3 + 1);
     EXPECT_TRUE(CFStringGetCString(s, buf.data(), static_cast<CFIndex>(buf.size()), kCFStringEncodingUTF8));
     return buf.data();
-}
-
-std::u16string Units(CFStringRef s) {
-    std::u16string out(static_cast<std::size_t>(CFStringGetLength(s)), u'\0');
-    CFStringGetCharacters(s, CFRangeMake(0, CFStringGetLength(s)), reinterpret_cast<UniChar*>(out.data()));
-    return out;
 }
 
 }  // namespace
@@ -75,17 +69,6 @@ TEST(CFString, CreationRejectsBytesInvalidInTheEncoding) {
         EXPECT_EQ(CFStringCreateWithCString(nullptr, bytes, kCFStringEncodingUTF8), nullptr) << bytes;
     CFRef<CFStringRef> latin(CFStringCreateWithCString(nullptr, "caf\xE9", kCFStringEncodingISOLatin1));
     EXPECT_EQ(Text(latin.get()), "caf\xC3\xA9");
-}
-
-TEST(CFString, LengthsAndBytesAreUTF16) {
-    // U+1F600 (4 UTF-8 bytes) is a surrogate pair; "é" is one unit.
-    auto s = Str("a\xF0\x9F\x98\x80\xC3\xA9");
-    EXPECT_EQ(Units(s.get()), (std::u16string{u'a', 0xD83D, 0xDE00, 0xE9}));
-    EXPECT_EQ(Text(s.get()), "a\xF0\x9F\x98\x80\xC3\xA9");
-    const UInt8 be[] = {0x00, 'h', 0xD8, 0x3D, 0xDE, 0x00};
-    CFRef<CFStringRef> fromBytes(CFStringCreateWithBytes(nullptr, be, sizeof be, kCFStringEncodingUTF16BE, false));
-    EXPECT_EQ(Units(fromBytes.get()), (std::u16string{u'h', 0xD83D, 0xDE00}));
-    EXPECT_EQ(CFStringCreateWithBytes(nullptr, be, 3, kCFStringEncodingUTF16BE, false), nullptr);
 }
 
 TEST(CFString, ComparisonOptions) {

@@ -120,75 +120,71 @@ TEST_F(SCPreferencesTest, UnreadableStoreIsAnAccessError) {
     EXPECT_NE(said.text().find(file.string()), std::string::npos) << said.text();
 }
 
-TEST_F(SCPreferencesTest, PathsReportMissingInvalidAndNonDictionaryNodes) {
-    Prefs prefs = Open();
-    ASSERT_TRUE(prefs);
-    auto entity = Entity(CFSTR("HTTPProxy"), CFSTR("proxy"));
-    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies"), entity.get()));
-    EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies")), entity.get()));
-
-    const std::pair<CFStringRef, int> lookups[] = {
-        {CFSTR("/NetworkServices/2"), kSCStatusNoKey},
-        {CFSTR("/NetworkServices/1/Proxies/HTTPProxy"), kSCStatusNoKey},  // a string, not a dictionary
-        {CFSTR("/NetworkServices/1/Proxies/HTTPProxy/deeper"), kSCStatusNoKey},
-        {CFSTR("NetworkServices/1"), kSCStatusInvalidArgument},
-        {CFSTR(""), kSCStatusInvalidArgument},
-    };
-    for (const auto& [path, status] : lookups) {
-        EXPECT_EQ(SCPreferencesPathGetValue(prefs.get(), path), nullptr);
-        EXPECT_EQ(SCError(), status);
+// Steps on one store handle, each with the status it must leave; a step
+// succeeds exactly when its status is kSCStatusOK.
+using Steps = std::vector<std::pair<std::function<bool()>, int>>;
+void ExpectSteps(const Steps& steps) {
+    for (size_t i = 0; i < steps.size(); i++) {
+        EXPECT_EQ(steps[i].first(), steps[i].second == kSCStatusOK) << "step " << i;
+        EXPECT_EQ(SCError(), steps[i].second) << "step " << i;
     }
-    EXPECT_EQ(SCPreferencesGetValue(prefs.get(), CFSTR("Sets")), nullptr);
-    EXPECT_EQ(SCError(), kSCStatusNoKey);
-    EXPECT_FALSE(SCPreferencesPathRemoveValue(prefs.get(), CFSTR("/NetworkServices/2")));
-    EXPECT_EQ(SCError(), kSCStatusNoKey);
-    EXPECT_FALSE(SCPreferencesPathSetValue(prefs.get(), CFSTR("relative"), entity.get()));
-    EXPECT_EQ(SCError(), kSCStatusInvalidArgument);
-    // An intermediate node that exists but is no dictionary is not replaced.
-    EXPECT_FALSE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies/HTTPProxy/x"), entity.get()));
-    EXPECT_EQ(SCError(), kSCStatusFailed);
-
-    EXPECT_TRUE(SCPreferencesPathRemoveValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies")));
-    EXPECT_EQ(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/1/Proxies")), nullptr);
 }
 
-TEST_F(SCPreferencesTest, LinksAreFollowedForLookupsAndAllButTheLastComponentOfWrites) {
+TEST_F(SCPreferencesTest, PathsReportMissingInvalidAndNonDictionaryNodes) {
     Prefs prefs = Open();
-    ASSERT_TRUE(prefs);
+    auto entity = Entity(CFSTR("HTTPProxy"), CFSTR("proxy"));
+    auto get = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathGetValue(prefs.get(), path) != nil; }; };
+    auto set = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), path, entity.get()); }; };
+    auto remove = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), path); }; };
+    ExpectSteps({
+        {set(CFSTR("/NetworkServices/1/Proxies")), kSCStatusOK},
+        {get(CFSTR("/NetworkServices/1/Proxies")), kSCStatusOK},
+        {get(CFSTR("/NetworkServices/2")), kSCStatusNoKey},
+        {get(CFSTR("/NetworkServices/1/Proxies/HTTPProxy")), kSCStatusNoKey},  // a string, not a dictionary
+        {get(CFSTR("/NetworkServices/1/Proxies/HTTPProxy/deeper")), kSCStatusNoKey},
+        {get(CFSTR("NetworkServices/1")), kSCStatusInvalidArgument},
+        {get(CFSTR("")), kSCStatusInvalidArgument},
+        {[&] { return SCPreferencesGetValue(prefs.get(), CFSTR("Sets")) != nil; }, kSCStatusNoKey},
+        {remove(CFSTR("/NetworkServices/2")), kSCStatusNoKey},
+        {set(CFSTR("relative")), kSCStatusInvalidArgument},
+        {set(CFSTR("/NetworkServices/1/Proxies/HTTPProxy/x")), kSCStatusFailed},  // no dictionary made over a string
+        {remove(CFSTR("/NetworkServices/1/Proxies")), kSCStatusOK},
+        {get(CFSTR("/NetworkServices/1/Proxies")), kSCStatusNoKey},
+    });
+}
+
+// Links are followed by lookups and by all but the last component of a
+// write; a cycle ends with the link-count status.
+TEST_F(SCPreferencesTest, LinksAreFollowedButNotForever) {
+    Prefs prefs = Open();
     auto proxies = Entity(CFSTR("HTTPProxy"), CFSTR("proxy"));
-    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/7/Proxies"), proxies.get()));
-    ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), CFSTR("/Sets/0/Network/Service/7"), CFSTR("/NetworkServices/7")));
-    ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), CFSTR("/Alias"), CFSTR("/Sets/0/Network/Service/7")));
-
-    CFStringRef link = SCPreferencesPathGetLink(prefs.get(), CFSTR("/Sets/0/Network/Service/7"));
-    EXPECT_TRUE(link != nullptr && CFEqual(link, CFSTR("/NetworkServices/7")));
-    EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(prefs.get(), CFSTR("/Alias/Proxies")), proxies.get()));  // a link to a link
-    EXPECT_EQ(SCPreferencesPathGetLink(prefs.get(), CFSTR("/NetworkServices/7")), nullptr);
-    EXPECT_EQ(SCError(), kSCStatusNoKey);
-
-    // A write through the link lands in the service itself; removing the
-    // link removes only the link.
-    auto ipv4 = Entity(CFSTR("ConfigMethod"), CFSTR("DHCP"));
-    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/Sets/0/Network/Service/7/IPv4"), ipv4.get()));
-    EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/7/IPv4")), ipv4.get()));
-    ASSERT_TRUE(SCPreferencesPathRemoveValue(prefs.get(), CFSTR("/Sets/0/Network/Service/7")));
-    EXPECT_NE(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/7/Proxies")), nullptr);
-    EXPECT_EQ(SCPreferencesPathGetValue(prefs.get(), CFSTR("/Alias")), nullptr);
-
-    // Cycles end with the link-count status, for reads and writes alike.
-    ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), CFSTR("/A"), CFSTR("/B")));
-    ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), CFSTR("/B"), CFSTR("/A")));
-    ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), CFSTR("/Self"), CFSTR("/Self/x")));
-    const std::function<bool()> cyclic[] = {
-        [&] { return SCPreferencesPathGetValue(prefs.get(), CFSTR("/A")) != nullptr; },
-        [&] { return SCPreferencesPathGetValue(prefs.get(), CFSTR("/Self")) != nullptr; },
-        [&] { return SCPreferencesPathSetValue(prefs.get(), CFSTR("/A/x"), ipv4.get()); },
-        [&] { return SCPreferencesPathRemoveValue(prefs.get(), CFSTR("/B/x")); },
+    auto link = [&](CFStringRef path, CFStringRef target) {
+        return [&, path, target] { return SCPreferencesPathSetLink(prefs.get(), path, target); };
     };
-    for (const auto& step : cyclic) {
-        EXPECT_FALSE(step());
-        EXPECT_EQ(SCError(), kSCStatusMaxLink);
-    }
+    auto get = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathGetValue(prefs.get(), path) != nil; }; };
+    auto set = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), path, proxies.get()); }; };
+    auto remove = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), path); }; };
+    ExpectSteps({
+        {set(CFSTR("/NetworkServices/7/Proxies")), kSCStatusOK},
+        {link(CFSTR("/Sets/0/Network/Service/7"), CFSTR("/NetworkServices/7")), kSCStatusOK},
+        {link(CFSTR("/Alias"), CFSTR("/Sets/0/Network/Service/7")), kSCStatusOK},
+        {[&] { return CFEqual(SCPreferencesPathGetLink(prefs.get(), CFSTR("/Alias")), CFSTR("/Sets/0/Network/Service/7")); },
+         kSCStatusOK},
+        {[&] { return SCPreferencesPathGetLink(prefs.get(), CFSTR("/NetworkServices/7")) != nil; }, kSCStatusNoKey},
+        {get(CFSTR("/Alias/Proxies")), kSCStatusOK},  // a link to a link
+        {set(CFSTR("/Sets/0/Network/Service/7/IPv4")), kSCStatusOK},
+        {get(CFSTR("/NetworkServices/7/IPv4")), kSCStatusOK},  // the write landed in the service
+        {remove(CFSTR("/Sets/0/Network/Service/7")), kSCStatusOK},
+        {get(CFSTR("/NetworkServices/7/Proxies")), kSCStatusOK},  // only the link went
+        {get(CFSTR("/Alias")), kSCStatusNoKey},
+        {link(CFSTR("/A"), CFSTR("/B")), kSCStatusOK},
+        {link(CFSTR("/B"), CFSTR("/A")), kSCStatusOK},
+        {link(CFSTR("/Self"), CFSTR("/Self/x")), kSCStatusOK},
+        {get(CFSTR("/A")), kSCStatusMaxLink},
+        {get(CFSTR("/Self")), kSCStatusMaxLink},
+        {set(CFSTR("/A/x")), kSCStatusMaxLink},
+        {remove(CFSTR("/B/x")), kSCStatusMaxLink},
+    });
 }
 
 TEST_F(SCPreferencesTest, ValuesNeverChangeUnderTheirHolders) {
