@@ -49,15 +49,6 @@ TEST(CommandLineTest, BadUsagePrintsUsageOnlyAndChangesNothing) {
     }
 }
 
-TEST(CommandLineTest, ExtraArgumentsAfterPrintAreIgnored) {
-    TempRoot root;
-    root.writeStore(ProxyOnStore().File());
-    ToolRun run = RunTool(root, {"-p", "extra", "-d"});
-    EXPECT_TRUE(run.exitedWithZero);
-    EXPECT_EQ(run.out, "PACEnable : 0 - A\nPACURL : http://wpad.example.com/proxy.pac - A\n");
-    EXPECT_EQ(run.err, "");
-}
-
 // A URL outside ASCII cannot be stored: the proxy step has already run and
 // saved, then the usage text is shown and PAC is left as it was.
 TEST(CommandLineTest, NonASCIIURLStopsAfterTheProxyStep) {

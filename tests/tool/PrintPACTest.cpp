@@ -25,7 +25,7 @@ TEST(PrintPACTest, PrintsEachFormOfTheTwoValuesInServiceOrder) {
     auto file = root.writeStore(store.File());
     std::string before = Stamp(file, true);
 
-    ToolRun run = RunTool(root, {"-p"});
+    ToolRun run = RunTool(root, {"-p", "extra", "-d"});  // arguments after -p are ignored
     EXPECT_TRUE(run.exitedWithZero);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out,
