@@ -12,22 +12,8 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CoreFoundation.h"
+#include "support/CFText.h"
 #include "support/StderrCapture.h"
-
-inline std::string Text(CFTypeRef value) {
-    if (value == nullptr || CFGetTypeID(value) != CFStringGetTypeID()) return "<not a string>";
-    char buffer[1024];
-    if (!CFStringGetCString(static_cast<CFStringRef>(value), buffer, sizeof(buffer), kCFStringEncodingUTF8)) {
-        return "<unconvertible>";
-    }
-    return buffer;
-}
-
-inline std::vector<std::string> Strings(CFArrayRef array) {
-    std::vector<std::string> texts;
-    for (CFIndex i = 0; i < CFArrayGetCount(array); i++) texts.push_back(Text(CFArrayGetValueAtIndex(array, i)));
-    return texts;
-}
 
 // A value as text: strings as they are, numbers in decimal, data in hex
 // between angle brackets, arrays between square brackets.
@@ -50,7 +36,7 @@ inline std::string Show(CFTypeRef value) {
     }
     if (type == CFArrayGetTypeID()) {
         std::string list = "[";
-        for (const std::string& item : Strings(static_cast<CFArrayRef>(value))) list += (list.size() > 1 ? "," : "") + item;
+        for (const std::string& item : Texts(static_cast<CFArrayRef>(value))) list += (list.size() > 1 ? "," : "") + item;
         return list + "]";
     }
     return Text(value);

@@ -62,7 +62,7 @@ TEST_F(ModemScriptsTest, MergesDomainsSortedOnceEachSkippingHiddenFilesAndFolder
     // Equal but for case: both kept, the user's (read first) ahead.
     expected.push_back("Zoom 56K");
     expected.push_back("zoom 56k");
-    EXPECT_EQ(expected, Strings(scripts.get()));
+    EXPECT_EQ(expected, Texts(scripts.get()));
     EXPECT_EQ(1, index);
 }
 
@@ -79,7 +79,7 @@ TEST_F(ModemScriptsTest, MissingDefaultScriptGivesIndexZero) {
     scripts.reset();
     index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
-    EXPECT_EQ((std::vector<std::string>{"AAA Modem", "Hayes"}), Strings(scripts.get()));
+    EXPECT_EQ((std::vector<std::string>{"AAA Modem", "Hayes"}), Texts(scripts.get()));
     EXPECT_EQ(0, index);
     scripts.reset();
     EXPECT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), nullptr));  // the index is optional

@@ -11,12 +11,9 @@ namespace {
 using Delete = StoreTest;
 using Strings = std::vector<std::string>;
 
-// The IDs under "NetworkServices" in the saved store, in order.
-Strings SavedServiceIDs(CFDictionaryRef services) {
-    Strings ids;
-    std::vector<const void*> keys(services ? static_cast<size_t>(CFDictionaryGetCount(services)) : 0);
-    if (services) CFDictionaryGetKeysAndValues(services, keys.data(), nullptr);
-    for (const void* key : keys) ids.push_back(Text(key));
+// The IDs under "NetworkServices", sorted.
+Strings ServiceIDs(CFDictionaryRef services) {
+    Strings ids = Keys(services);
     std::sort(ids.begin(), ids.end());
     return ids;
 }
@@ -51,7 +48,7 @@ TEST_F(Delete, DeletionsCollectTheServicesNoSetLinks) {
         StderrCapture reports;
         EXPECT_EQ(row.deletion(), row.status);
         EXPECT_NE(reports.text().find(row.report), std::string::npos) << reports.text();
-        EXPECT_EQ(SavedServiceIDs(Saved("/NetworkServices").get()), row.services);
+        EXPECT_EQ(ServiceIDs(Saved("/NetworkServices").get()), row.services);
         CFRef<CFArrayRef> order;
         EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), order.out(), nullptr), noErr);
         EXPECT_EQ(Texts(order.get()), row.setZero);
@@ -64,7 +61,7 @@ TEST_F(Delete, RefusedSetDeletionStillCollectsInTheSession) {
     EXPECT_EQ(MoreSCDeleteSet(CFSTR("0")), paramErr);
     auto services = static_cast<CFDictionaryRef>(
         SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), CFSTR("NetworkServices")));
-    EXPECT_EQ(SavedServiceIDs(services), (Strings{"1", "2", "3", "4"}));
+    EXPECT_EQ(ServiceIDs(services), (Strings{"1", "2", "3", "4"}));
     OSStatus err = noErr;
     MoreSCClose(&err, false);
     EXPECT_TRUE(Saved("/NetworkServices/5"));  // nobody asked to save

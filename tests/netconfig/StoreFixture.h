@@ -15,6 +15,7 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/systemconfiguration/SCPreferences.h"
+#include "support/CFText.h"
 #include "support/StderrCapture.h"
 #include "support/TempRoot.h"
 
@@ -47,23 +48,6 @@ inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 </dict>
 </dict></plist>
 )";
-
-inline std::string Text(CFTypeRef string) {
-    char buffer[256];
-    if (string == nullptr) return "(nil)";
-    if (CFGetTypeID(string) != CFStringGetTypeID()) return "(not a string)";
-    return CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8)
-               ? buffer
-               : "(unreadable)";
-}
-
-inline std::vector<std::string> Texts(CFArrayRef array) {
-    std::vector<std::string> texts;
-    for (CFIndex i = 0; array != nullptr && i < CFArrayGetCount(array); i++) {
-        texts.push_back(Text(CFArrayGetValueAtIndex(array, i)));
-    }
-    return texts;
-}
 
 // Replaces the one occurrence of from in text.
 inline std::string Edited(std::string text, const std::string& from, const std::string& to) {

@@ -8,6 +8,7 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CoreFoundation.h"
+#include "support/CFText.h"
 
 namespace {
 
@@ -19,18 +20,6 @@ CFRef<CFNumberRef> Int(int value) { return CFRef<CFNumberRef>(CFNumberCreate(nul
 CFRef<CFMutableDictionaryRef> NewDict() {
     return CFRef<CFMutableDictionaryRef>(
         CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-}
-
-std::vector<std::string> Keys(CFDictionaryRef dict) {
-    std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(dict)));
-    CFDictionaryGetKeysAndValues(dict, keys.data(), nullptr);
-    std::vector<std::string> out;
-    char buffer[64];
-    for (const void* k : keys) {
-        out.push_back(CFStringGetCString(static_cast<CFStringRef>(k), buffer, sizeof buffer, kCFStringEncodingUTF8)
-                          ? buffer : "?");
-    }
-    return out;
 }
 
 }  // namespace

@@ -6,13 +6,9 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CoreFoundation.h"
+#include "support/CFText.h"
 
 namespace {
-
-std::string Text(CFStringRef s) {
-    char buffer[256];
-    return s != nullptr && CFStringGetCString(s, buffer, sizeof buffer, kCFStringEncodingUTF8) ? buffer : "(none)";
-}
 
 template <class... Args>
 std::string Format(CFStringRef format, Args... args) {

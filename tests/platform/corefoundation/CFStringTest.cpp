@@ -9,17 +9,12 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CoreFoundation.h"
+#include "support/CFText.h"
 
 namespace {
 
 CFRef<CFStringRef> Str(const char* utf8) {
     return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, utf8, kCFStringEncodingUTF8));
-}
-
-std::string Text(CFStringRef s) {
-    std::vector<char> buf(static_cast<std::size_t>(CFStringGetLength(s)) * 3 + 1);
-    EXPECT_TRUE(CFStringGetCString(s, buf.data(), static_cast<CFIndex>(buf.size()), kCFStringEncodingUTF8));
-    return buf.data();
 }
 
 }  // namespace
