@@ -19,8 +19,8 @@ const char* const kOptionKeys[] = {"DialOnDemand",          "IdleReminder",     
 // the fixed keys, which depend on the system.
 Contents Entity(const std::vector<const char*>& options, bool newerSystem) {
     Contents contents{{"Logfile", "/tmp/ppp.log"}, {"LCPEchoFailure", newerSystem ? "4" : "3"}, {"LCPEchoInterval", "10"}};
-    if (newerSystem) contents["CommUseTerminalScript"] = "0";
-    for (size_t i = 0; i < options.size(); i++) contents[kOptionKeys[i]] = options[i];
+    if (newerSystem) contents.emplace("CommUseTerminalScript", "0");
+    for (size_t i = 0; i < options.size(); i++) contents.emplace(kOptionKeys[i], options[i]);
     return contents;
 }
 
@@ -62,7 +62,7 @@ TEST(PPPEntity, DefaultOptionTables) {
 TEST(PPPEntity, DigestWithoutOptions) {
     TempRoot root;
     Contents inactive = Entity(kTenOne, false);
-    inactive["__INACTIVE__"] = "1";
+    inactive.emplace("__INACTIVE__", "1");
     MoreSCPPPDigest empty{};
     ExpectBuilds({{"older system, inactive", [&](CFDictionaryRef* e) { return MoreSCCreatePPPEntity(&empty, e); }, inactive}});
 

@@ -60,10 +60,10 @@ TEST(ProtocolEntities, OtherEntitiesKeysAndValues) {
     static const Contents allProxiesOff = {{"FTPPassive", "0"}, {"FTPEnable", "0"},  {"GopherEnable", "0"},
                                            {"HTTPEnable", "0"}, {"HTTPSEnable", "0"}, {"RTSPEnable", "0"},
                                            {"SOCKSEnable", "0"}};
-    Contents someProxies = allProxiesOff;
-    someProxies.insert({{"ExceptionsList", "[local]"}, {"HTTPProxy", "proxy.example.com"}, {"HTTPPort", "8080"},
-                        {"SOCKSProxy", "socks.example.com"}});
-    someProxies["FTPPassive"] = someProxies["HTTPEnable"] = "1";
+    static const Contents someProxies = {
+        {"ExceptionsList", "[local]"}, {"FTPPassive", "1"},  {"FTPEnable", "0"},   {"GopherEnable", "0"},
+        {"HTTPEnable", "1"},           {"HTTPProxy", "proxy.example.com"},         {"HTTPPort", "8080"},
+        {"HTTPSEnable", "0"},          {"RTSPEnable", "0"}, {"SOCKSEnable", "0"}, {"SOCKSProxy", "socks.example.com"}};
     ExpectBuilds({
         {"empty DNS", [](D e) { MoreSCDNSDigest d{}; return MoreSCCreateEntity(CFSTR("DNS"), &d, e); }, {}},
         {"DNS domains only", [](D e) { MoreSCDNSDigest d{0, nullptr, 2, domains}; return MoreSCCreateDNSEntity(&d, e); },
