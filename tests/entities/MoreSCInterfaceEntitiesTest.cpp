@@ -5,76 +5,62 @@
 #include "entities/EntityChecks.h"
 #include "entities/MoreSCCreateEntity.h"
 
-using Names = std::vector<std::string>;
+namespace {
 
-TEST(InterfaceEntity, OptionalKeysOnlyWhenGiven) {
-    MoreSCInterfaceDigest digest{CFSTR("en0"), CFSTR("Ethernet"), nullptr, CFSTR("Ethernet"), nullptr,
-                                 CFSTR("Built-in Ethernet")};
-    CFRef<CFDictionaryRef> entity;
-    testing::internal::CaptureStderr();
-    ASSERT_EQ(noErr, MoreSCCreateInterfaceEntity(&digest, entity.out()));
-    EXPECT_EQ("", testing::internal::GetCapturedStderr());
-    EXPECT_EQ((Names{"DeviceName", "UserDefinedName", "Hardware", "Type"}), Keys(entity.get()));
-
-    digest = MoreSCInterfaceDigest{CFSTR("modem"), CFSTR("Modem"), CFSTR("V.92"), CFSTR("PPP"), CFSTR("PPPSerial"),
-                                   CFSTR("Internal Modem")};
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateInterfaceEntity(&digest, entity.out()));
-    EXPECT_EQ((Names{"DeviceName", "UserDefinedName", "Hardware", "Type", "SubType", "HardwareVariant"}),
-              Keys(entity.get()));
-    EXPECT_EQ("V.92", StringAt(entity.get(), "HardwareVariant"));
+OSStatus BuildInterface(MoreSCInterfaceDigest digest, CFDictionaryRef* entity) {
+    return MoreSCCreateInterfaceEntity(&digest, entity);
+}
+OSStatus BuildModem(MoreSCModemDigest digest, CFDictionaryRef* entity) { return MoreSCCreateModemEntity(&digest, entity); }
+template <class Digest>
+OSStatus Build(CFStringRef name, Digest digest, CFDictionaryRef* entity) {
+    return MoreSCCreateEntity(name, &digest, entity);
 }
 
-TEST(InterfaceEntity, InconsistentDigestIsReportedAndStillBuilt) {
+}  // namespace
+
+TEST(InterfaceAndHardwareEntities, KeysAndValues) {
+    using D = CFDictionaryRef*;
+    ExpectBuilds({
+        {"plain interface",
+         [](D e) { return BuildInterface({CFSTR("en0"), CFSTR("Ethernet"), nullptr, CFSTR("Ethernet"), nullptr,
+                                          CFSTR("Built-in Ethernet")}, e); },
+         {{"DeviceName", "en0"}, {"Hardware", "Ethernet"}, {"Type", "Ethernet"}, {"UserDefinedName", "Built-in Ethernet"}}},
+        {"modem interface",
+         [](D e) { return BuildInterface({CFSTR("modem"), CFSTR("Modem"), CFSTR("V.92"), CFSTR("PPP"),
+                                          CFSTR("PPPSerial"), CFSTR("Internal Modem")}, e); },
+         {{"DeviceName", "modem"}, {"Hardware", "Modem"}, {"HardwareVariant", "V.92"}, {"SubType", "PPPSerial"},
+          {"Type", "PPP"}, {"UserDefinedName", "Internal Modem"}}},
+        {"Ethernet", [](D e) { return Build(CFSTR("Ethernet"), MoreSCEthernetDigest{{0, 0x0A, 0x95, 0x9D, 0x68, 0x16}}, e); },
+         {{"MACAddress", "00:0a:95:9d:68:16"}}},
+        {"AirPort", [](D e) { return Build(CFSTR("AirPort"), MoreSCAirPortDigest{{0, 0x30, 0x65, 1, 2, 3}, nullptr}, e); },
+         {{"MACAddress", "00:30:65:01:02:03"}}},
+        {"AirPort with a network",
+         [](D e) { return Build(CFSTR("AirPort"), MoreSCAirPortDigest{{0, 0x30, 0x65, 1, 2, 3}, CFSTR("Home")}, e); },
+         {{"MACAddress", "00:30:65:01:02:03"}, {"PreferredNetwork", "Home"}}},
+        // Compression also sets error correction; the other switches each
+        // go to their own key (the rows tell every pair of them apart).
+        {"default modem",
+         [](D e) { MoreSCModemDigest d = kMoreSCModemDigestDefault; d.connectionScript = CFSTR("S"); return BuildModem(d, e); },
+         {{"ConnectionScript", "S"}, {"DataCompression", "1"}, {"DialMode", "WaitForDialTone"},
+          {"ErrorCorrection", "1"}, {"PulseDial", "0"}, {"Speaker", "1"}}},
+        {"modem without compression", [](D e) { return Build(CFSTR("Modem"), MoreSCModemDigest{CFSTR("S"), 0, 1, 1, 0}, e); },
+         {{"ConnectionScript", "S"}, {"DataCompression", "0"}, {"DialMode", "IgnoreDialTone"},
+          {"ErrorCorrection", "0"}, {"PulseDial", "1"}, {"Speaker", "1"}}},
+        {"quiet modem", [](D e) { return BuildModem({CFSTR("S"), 1, 0, 0, 0}, e); },
+         {{"ConnectionScript", "S"}, {"DataCompression", "1"}, {"DialMode", "IgnoreDialTone"},
+          {"ErrorCorrection", "1"}, {"PulseDial", "0"}, {"Speaker", "0"}}},
+    });
+}
+
+TEST(InterfaceAndHardwareEntities, InconsistentDigestIsReportedAndStillBuilt) {
     // A variant on non-modem hardware and a sub-type on an Ethernet type.
     MoreSCInterfaceDigest digest{CFSTR("en1"), CFSTR("Token Ring"), CFSTR("x"), CFSTR("Ethernet"), CFSTR("PPPoE"),
                                  CFSTR("Port")};
     CFRef<CFDictionaryRef> entity;
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     ASSERT_EQ(noErr, MoreSCCreateInterfaceEntity(&digest, entity.out()));
-    std::string reports = testing::internal::GetCapturedStderr();
     EXPECT_NE(std::string::npos,
-              reports.find("MoreAssertQ failure: CFEqual(digest->hardware, kSCEntNetAirPort) || "
-                           "CFEqual(digest->hardware, kSCEntNetEthernet) || CFEqual(digest->hardware, kSCEntNetModem)"));
-    EXPECT_EQ(6u, Keys(entity.get()).size());
-}
-
-TEST(HardwareEntities, EthernetAndAirPortCarryTheMacText) {
-    MoreSCEthernetDigest ethernet{{0x00, 0x0A, 0x95, 0x9D, 0x68, 0x16}};
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("Ethernet"), &ethernet, entity.out()));
-    EXPECT_EQ((Names{"MACAddress"}), Keys(entity.get()));
-    EXPECT_EQ("00:0a:95:9d:68:16", StringAt(entity.get(), "MACAddress"));
-
-    MoreSCAirPortDigest airPort{{0, 0x30, 0x65, 1, 2, 3}, nullptr};
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("AirPort"), &airPort, entity.out()));
-    EXPECT_EQ((Names{"MACAddress"}), Keys(entity.get()));
-    airPort.preferredNetwork = CFSTR("Home");
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("AirPort"), &airPort, entity.out()));
-    EXPECT_EQ((Names{"MACAddress", "PreferredNetwork"}), Keys(entity.get()));
-    EXPECT_EQ("00:30:65:01:02:03", StringAt(entity.get(), "MACAddress"));
-}
-
-TEST(HardwareEntities, ModemCompressionAlsoSetsErrorCorrection) {
-    MoreSCModemDigest digest = kMoreSCModemDigestDefault;
-    digest.connectionScript = CFSTR("Apple Internal 56K Modem (v.90)");
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateModemEntity(&digest, entity.out()));
-    EXPECT_EQ((Names{"ConnectionScript", "DataCompression", "DialMode", "ErrorCorrection", "PulseDial", "Speaker"}),
-              Keys(entity.get()));
-    EXPECT_EQ(1, NumberAt(entity.get(), "DataCompression"));
-    EXPECT_EQ(1, NumberAt(entity.get(), "ErrorCorrection"));
-    EXPECT_EQ(0, NumberAt(entity.get(), "PulseDial"));
-    EXPECT_EQ(1, NumberAt(entity.get(), "Speaker"));
-    EXPECT_EQ("WaitForDialTone", StringAt(entity.get(), "DialMode"));
-
-    digest = MoreSCModemDigest{CFSTR("Script"), 0, 0, 1, 0};
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateModemEntity(&digest, entity.out()));
-    EXPECT_EQ(0, NumberAt(entity.get(), "DataCompression"));
-    EXPECT_EQ(0, NumberAt(entity.get(), "ErrorCorrection"));
-    EXPECT_EQ(1, NumberAt(entity.get(), "PulseDial"));
-    EXPECT_EQ("IgnoreDialTone", StringAt(entity.get(), "DialMode"));
+              reports.text().find("MoreAssertQ failure: CFEqual(digest->hardware, kSCEntNetAirPort) || "
+                                  "CFEqual(digest->hardware, kSCEntNetEthernet) || CFEqual(digest->hardware, kSCEntNetModem)"));
+    EXPECT_EQ(6, CFDictionaryGetCount(entity.get()));
 }

@@ -51,37 +51,36 @@ TEST_F(ModemScriptsTest, MergesDomainsSortedOnceEachSkippingHiddenFilesAndFolder
     AddScript(kSystem, "zoom 56k");
     AddScript(kSystem, "Modem 10");
     AddScript(kSystem, "Modem 9");
-    // More scripts than one batch of the folder reader holds.
-    for (int i = 1; i <= 60; i++) AddScript(kLocal, "Script " + std::to_string(i));
+    // One script more than a batch of the folder reader holds.
+    for (int i = 1; i <= 51; i++) AddScript(kLocal, "Script " + std::to_string(i));
 
     CFRef<CFArrayRef> scripts;
     SInt32 index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
     std::vector<std::string> expected{"AAA Modem", kDefault, "Modem 9", "Modem 10"};
-    for (int i = 1; i <= 60; i++) expected.push_back("Script " + std::to_string(i));
+    for (int i = 1; i <= 51; i++) expected.push_back("Script " + std::to_string(i));
     // Equal but for case: both kept, the user's (read first) ahead.
     expected.push_back("Zoom 56K");
     expected.push_back("zoom 56k");
-    EXPECT_EQ(expected, Strings(scripts.get()));
+    EXPECT_EQ(expected, Texts(scripts.get()));
     EXPECT_EQ(1, index);
 }
 
+// Without the default script the index is 0, wherever its name would sort.
 TEST_F(ModemScriptsTest, MissingDefaultScriptGivesIndexZero) {
     CFRef<CFArrayRef> scripts;
     SInt32 index = -1;
     ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));  // no folders at all
     EXPECT_EQ(0, CFArrayGetCount(scripts.get()));
     EXPECT_EQ(0, index);
-    AddScript(kLocal, "Hayes");
-    AddScript(kSystem, "USRobotics");
-    index = -1;
-    scripts.reset();
-    ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
-    EXPECT_EQ((std::vector<std::string>{"Hayes", "USRobotics"}), Strings(scripts.get()));
-    EXPECT_EQ(0, index);
 
-    // The index is optional.
+    AddScript(kLocal, "AAA Modem");  // sorts before the default's name
+    AddScript(kSystem, "Hayes");
     scripts.reset();
-    ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), nullptr));
-    EXPECT_EQ(2, CFArrayGetCount(scripts.get()));
+    index = -1;
+    ASSERT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), &index));
+    EXPECT_EQ((std::vector<std::string>{"AAA Modem", "Hayes"}), Texts(scripts.get()));
+    EXPECT_EQ(0, index);
+    scripts.reset();
+    EXPECT_EQ(noErr, MoreSCCreateCCLArray(scripts.out(), nullptr));  // the index is optional
 }

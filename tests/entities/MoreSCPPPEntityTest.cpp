@@ -6,74 +6,80 @@
 #include "entities/MoreSCCreateEntity.h"
 #include "support/SystemVersion.h"
 
-using Names = std::vector<std::string>;
+namespace {
 
-TEST(DefaultPPPOptions, ChosenBySystemVersion) {
-    TempRoot root;
-    // No version file: an older system, which has no PPPoE table.
-    EXPECT_EQ(&kMoreSCPPPOptionsDefaultTenOne, MoreSCGetDefaultPPPOptions(false));
-    EXPECT_EQ(&kMoreSCPPPOptionsDefaultTenOne, MoreSCGetDefaultPPPOptions(true));
+// The keys of the option fields, in the order of the record.
+const char* const kOptionKeys[] = {"DialOnDemand",          "IdleReminder",       "IdleReminderTimer",
+                                   "DisconnectOnIdle",      "DisconnectOnIdleTimer", "DisconnectOnLogout",
+                                   "CommRedialEnabled",     "CommRedialCount",    "CommRedialInterval",
+                                   "LCPEchoEnabled",        "IPCPCompressionVJ",  "CommDisplayTerminalWindow",
+                                   "VerboseLogging"};
 
-    InstallSystemVersion(root, "10.1.5");
-    EXPECT_EQ(&kMoreSCPPPOptionsDefaultTenOne, MoreSCGetDefaultPPPOptions(true));
-
-    InstallSystemVersion(root, "10.2");
-    EXPECT_EQ(&kMoreSCPPPOptionsDefaultTenTwoAndLater, MoreSCGetDefaultPPPOptions(false));
-    EXPECT_EQ(&kMoreSCPPPoEOptionsDefaultTenTwoAndLater, MoreSCGetDefaultPPPOptions(true));
+// A PPP entity of an empty digest: the option values (in record order) and
+// the fixed keys, which depend on the system.
+Contents Entity(const std::vector<const char*>& options, bool newerSystem) {
+    Contents contents{{"Logfile", "/tmp/ppp.log"}, {"LCPEchoFailure", newerSystem ? "4" : "3"}, {"LCPEchoInterval", "10"}};
+    if (newerSystem) contents.emplace("CommUseTerminalScript", "0");
+    for (size_t i = 0; i < options.size(); i++) contents.emplace(kOptionKeys[i], options[i]);
+    return contents;
 }
 
-TEST(PPPEntity, NewerSystemKeysInOrder) {
+const std::vector<const char*> kTenOne = {"0", "0", "1800", "1", "900", "1", "1", "1", "30", "1", "1", "0", "0"};
+const std::vector<const char*> kTenTwo = {"0", "0", "1800", "1", "600", "1", "1", "1", "5", "1", "1", "0", "0"};
+const std::vector<const char*> kPPPoE = {"0", "0", "1800", "0", "1800", "1", "1", "1", "5", "1", "1", "0", "0"};
+
+}  // namespace
+
+// Which table the system version chooses, and every value of each table as
+// the entity writes it.
+TEST(PPPEntity, DefaultOptionTables) {
+    struct Row {
+        const char* version;  // nullptr: no version to be had, an older system
+        Boolean forPPPoE;
+        const MoreSCPPPOptions* table;
+        const std::vector<const char*>& values;
+        bool newer;
+    } rows[] = {
+        {nullptr, true, &kMoreSCPPPOptionsDefaultTenOne, kTenOne, false},  // no PPPoE table before 10.2
+        {"10.1.5", false, &kMoreSCPPPOptionsDefaultTenOne, kTenOne, false},
+        {"10.2", false, &kMoreSCPPPOptionsDefaultTenTwoAndLater, kTenTwo, true},
+        {"10.4.11", true, &kMoreSCPPPoEOptionsDefaultTenTwoAndLater, kPPPoE, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.version ? row.version : "no version");
+        TempRoot root;
+        if (row.version) InstallSystemVersion(root, row.version);
+        EXPECT_EQ(MoreSCGetDefaultPPPOptions(row.forPPPoE), row.table);
+        MoreSCPPPDigest digest{1, nullptr, nullptr, nullptr, nullptr, nullptr, MoreSCGetDefaultPPPOptions(row.forPPPoE)};
+        CFRef<CFDictionaryRef> entity;
+        ASSERT_EQ(noErr, MoreSCCreatePPPEntity(&digest, entity.out()));
+        EXPECT_EQ(ContentsOf(entity.get()), Entity(row.values, row.newer));
+    }
+}
+
+// Without options the entity takes the system's PPP table, never the PPPoE
+// one; the digest's strings and the encoded password come with it.
+TEST(PPPEntity, DigestWithoutOptions) {
     TempRoot root;
+    Contents inactive = Entity(kTenOne, false);
+    inactive.emplace("__INACTIVE__", "1");
+    MoreSCPPPDigest empty{};
+    ExpectBuilds({{"older system, inactive", [&](CFDictionaryRef* e) { return MoreSCCreatePPPEntity(&empty, e); }, inactive}});
+
     InstallSystemVersion(root, "10.4.11");
-    MoreSCPPPDigest digest{1, CFSTR("Dial-up"), CFSTR("jo"), CFSTR("secret"), CFSTR("555-0100"),
-                           CFSTR("555-0199"), nullptr};
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("PPP"), &digest, entity.out()));
-    EXPECT_EQ((Names{"UserDefinedName", "DialOnDemand", "DisconnectOnIdle", "DisconnectOnIdleTimer",
-                     "DisconnectOnLogout", "IdleReminder", "IdleReminderTimer", "Logfile", "VerboseLogging",
-                     "AuthName", "AuthPassword", "CommAlternateRemoteAddress", "CommDisplayTerminalWindow",
-                     "CommRedialCount", "CommRedialEnabled", "CommRedialInterval", "CommRemoteAddress",
-                     "CommUseTerminalScript", "IPCPCompressionVJ", "LCPEchoEnabled", "LCPEchoFailure",
-                     "LCPEchoInterval"}),
-              Keys(entity.get()));
-    EXPECT_EQ(600, NumberAt(entity.get(), "DisconnectOnIdleTimer"));
-    EXPECT_EQ(4, NumberAt(entity.get(), "LCPEchoFailure"));
-    EXPECT_EQ("/tmp/ppp.log", StringAt(entity.get(), "Logfile"));
-    CFTypeRef password = ValueAt(entity.get(), "AuthPassword");
-    ASSERT_EQ(CFDataGetTypeID(), CFGetTypeID(password));
-    EXPECT_EQ(12, CFDataGetLength(static_cast<CFDataRef>(password)));
+    Contents full = Entity(kTenTwo, true);
+    full.insert({{"UserDefinedName", "Dial-up"}, {"AuthName", "jo"}, {"AuthPassword", "<00610062>"},
+                 {"CommRemoteAddress", "555-0100"}, {"CommAlternateRemoteAddress", "555-0199"}});
+    MoreSCPPPDigest digest{1, CFSTR("Dial-up"), CFSTR("jo"), CFSTR("ab"), CFSTR("555-0100"), CFSTR("555-0199"), nullptr};
+    ExpectBuilds({{"newer system", [&](CFDictionaryRef* e) { return MoreSCCreateEntity(CFSTR("PPP"), &digest, e); }, full}});
 }
 
-TEST(PPPEntity, OlderSystemAndInactiveMinimalDigest) {
-    TempRoot root;  // no SystemVersion.plist: the version cannot be had
-    MoreSCPPPDigest digest{};
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreatePPPEntity(&digest, entity.out()));
-    EXPECT_EQ((Names{"__INACTIVE__", "DialOnDemand", "DisconnectOnIdle", "DisconnectOnIdleTimer",
-                     "DisconnectOnLogout", "IdleReminder", "IdleReminderTimer", "Logfile", "VerboseLogging",
-                     "CommDisplayTerminalWindow", "CommRedialCount", "CommRedialEnabled", "CommRedialInterval",
-                     "IPCPCompressionVJ", "LCPEchoEnabled", "LCPEchoFailure", "LCPEchoInterval"}),
-              Keys(entity.get()));
-    EXPECT_EQ(900, NumberAt(entity.get(), "DisconnectOnIdleTimer"));
-}
-
-TEST(PPPEntity, GivenOptionsWinOverDefaults) {
-    TempRoot root;
-    InstallSystemVersion(root, "10.3");
-    MoreSCPPPOptions options = kMoreSCPPPoEOptionsDefaultTenTwoAndLater;
-    options.verboseLogging = 1;
-    MoreSCPPPDigest digest{1, nullptr, nullptr, nullptr, nullptr, nullptr, &options};
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreatePPPEntity(&digest, entity.out()));
-    EXPECT_EQ(0, NumberAt(entity.get(), "DisconnectOnIdle"));
-    EXPECT_EQ(1800, NumberAt(entity.get(), "DisconnectOnIdleTimer"));
-    EXPECT_EQ(1, NumberAt(entity.get(), "VerboseLogging"));
-}
-
-TEST(EncodedPPPPassword, BigEndianUTF16WithoutMarkOrTerminator) {
-    CFRef<CFDataRef> encoded;
-    ASSERT_EQ(noErr, MoreSCFCopyEncodedPPPPassword(CFSTR("ab"), encoded.out()));
-    const UInt8 ab[] = {0x00, 0x61, 0x00, 0x62};
-    ASSERT_EQ(4, CFDataGetLength(encoded.get()));
-    EXPECT_EQ(0, memcmp(ab, CFDataGetBytePtr(encoded.get()), 4));
+TEST(PPPEntity, PasswordIsBigEndianUTF16WithoutMarkOrTerminator) {
+    const std::pair<CFStringRef, const char*> rows[] = {
+        {CFSTR("ab"), "<00610062>"}, {CFSTR("\u00e9\u20ac"), "<00e920ac>"}, {CFSTR(""), "<>"}};
+    for (const auto& [password, bytes] : rows) {
+        CFRef<CFDataRef> encoded;
+        ASSERT_EQ(noErr, MoreSCFCopyEncodedPPPPassword(password, encoded.out()));
+        EXPECT_EQ(Show(encoded.get()), bytes);
+    }
 }

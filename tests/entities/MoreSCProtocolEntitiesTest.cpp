@@ -7,152 +7,107 @@
 #include "entities/MoreSCCreateEntity.h"
 #include "entities/MoreSCGlobalEntities.h"
 
-using Names = std::vector<std::string>;
-
 namespace {
 
-const char* const kAddressWarning =
+const std::string kAddressWarning =
     "MoreSCCreateIPv4Entity: IP address zero makes sense for BOOTP, DHCP, and PPP config methods only\n";
-const char* const kMaskWarning = "MoreSCCreateIPv4Entity: Subnet mask zero makes sense for Manual config method only\n";
-const char* const kRouterWarning =
+const std::string kMaskWarning = "MoreSCCreateIPv4Entity: Subnet mask zero makes sense for Manual config method only\n";
+const std::string kRouterWarning =
     "MoreSCCreateIPv4Entity: Router address zero makes sense for Manual config method only\n";
 
-// Builds an IPv4 entity and returns what it wrote on standard error.
-std::string BuildIPv4(const MoreSCIPv4Digest& digest, CFRef<CFDictionaryRef>& entity) {
-    entity.reset();
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(noErr, MoreSCCreateIPv4Entity(&digest, entity.out()));
-    return testing::internal::GetCapturedStderr();
+using D = CFDictionaryRef*;
+
+std::function<OSStatus(D)> IPv4(const char* method, const char* address, const char* mask, const char* router,
+                                CFStringRef clientID = nullptr) {
+    return [=](D entity) {
+        CFRef<CFStringRef> name(CFStringCreateWithCString(nullptr, method, kCFStringEncodingUTF8));
+        auto in = [](const char* text) { return text == nullptr ? 0 : inet_addr(text); };
+        MoreSCIPv4Digest digest{name.get(), in(address), in(mask), in(router), clientID};
+        return MoreSCCreateIPv4Entity(&digest, entity);
+    };
 }
 
 }  // namespace
 
-TEST(IPv4Entity, DHCPWithClientIDAndManualWithAllAddressesWarnNothing) {
-    CFRef<CFDictionaryRef> entity;
-    EXPECT_EQ("", BuildIPv4({CFSTR("DHCP"), 0, 0, 0, CFSTR("client-7")}, entity));
-    EXPECT_EQ((Names{"ConfigMethod", "DHCPClientID"}), Keys(entity.get()));
-    MoreSCIPv4Digest digest{CFSTR("Manual"), inet_addr("192.168.1.20"), inet_addr("255.255.255.0"),
-                            inet_addr("192.168.1.1"), nullptr};
-    EXPECT_EQ("", BuildIPv4(digest, entity));
-    EXPECT_EQ((Names{"ConfigMethod", "Addresses", "SubnetMasks", "Router"}), Keys(entity.get()));
-    EXPECT_EQ((Names{"192.168.1.20"}), Strings(static_cast<CFArrayRef>(ValueAt(entity.get(), "Addresses"))));
-    EXPECT_EQ((Names{"255.255.255.0"}), Strings(static_cast<CFArrayRef>(ValueAt(entity.get(), "SubnetMasks"))));
-    EXPECT_EQ("192.168.1.1", StringAt(entity.get(), "Router"));
+// The warnings follow the method's rules (and keep their texts, though two
+// of them say the opposite of what triggers them).
+TEST(ProtocolEntities, IPv4KeysAndWarnings) {
+    ExpectBuilds({
+        {"DHCP with a client ID", IPv4("DHCP", nullptr, nullptr, nullptr, CFSTR("client-7")),
+         {{"ConfigMethod", "DHCP"}, {"DHCPClientID", "client-7"}}},
+        {"Manual", IPv4("Manual", "192.168.1.20", "255.255.255.0", "192.168.1.1"),
+         {{"ConfigMethod", "Manual"}, {"Addresses", "[192.168.1.20]"}, {"SubnetMasks", "[255.255.255.0]"},
+          {"Router", "192.168.1.1"}}},
+        {"Manual without a mask", IPv4("Manual", "10.0.0.2", nullptr, "10.0.0.1"),
+         {{"ConfigMethod", "Manual"}, {"Addresses", "[10.0.0.2]"}, {"Router", "10.0.0.1"}}, kMaskWarning},
+        {"INFORM without an address", IPv4("INFORM", nullptr, nullptr, nullptr), {{"ConfigMethod", "INFORM"}},
+         kAddressWarning},
+        {"INFORM with a router", IPv4("INFORM", "10.0.0.2", nullptr, "10.0.0.1"),
+         {{"ConfigMethod", "INFORM"}, {"Addresses", "[10.0.0.2]"}, {"Router", "10.0.0.1"}}, kRouterWarning},
+        {"PPP, judged like DHCP", IPv4("PPP", "10.0.0.2", "255.0.0.0", nullptr),
+         {{"ConfigMethod", "PPP"}, {"Addresses", "[10.0.0.2]"}, {"SubnetMasks", "[255.0.0.0]"}},
+         kAddressWarning + kMaskWarning},
+        {"unknown method, stray client ID", IPv4("Carrier Pigeon", nullptr, nullptr, nullptr, CFSTR("id")),
+         {{"ConfigMethod", "Carrier Pigeon"}, {"DHCPClientID", "id"}},
+         "MoreAssertQ failure: method != 'bad!'\n"
+         "MoreAssertQ failure: (digest->clientID == nil) || (method == 'dhcp')\n"},
+    });
 }
 
-TEST(IPv4Entity, WarningsFollowTheMethodRules) {
-    CFRef<CFDictionaryRef> entity;
-    // Manual without a mask: only the mask warning, and no mask stored.
-    EXPECT_EQ(kMaskWarning, BuildIPv4({CFSTR("Manual"), inet_addr("10.0.0.2"), 0, inet_addr("10.0.0.1"), nullptr},
-                                      entity));
-    EXPECT_EQ((Names{"ConfigMethod", "Addresses", "Router"}), Keys(entity.get()));
-
-    EXPECT_EQ(kAddressWarning, BuildIPv4({CFSTR("INFORM"), 0, 0, 0, nullptr}, entity));
-    EXPECT_EQ(kRouterWarning, BuildIPv4({CFSTR("INFORM"), inet_addr("10.0.0.2"), 0, inet_addr("10.0.0.1"), nullptr},
-                                        entity));
-    EXPECT_EQ("10.0.0.1", StringAt(entity.get(), "Router"));
-
-    // PPP is stored as given and judged like DHCP.
-    EXPECT_EQ(std::string(kAddressWarning) + kMaskWarning,
-              BuildIPv4({CFSTR("PPP"), inet_addr("10.0.0.2"), inet_addr("255.0.0.0"), 0, nullptr}, entity));
-    EXPECT_EQ("PPP", StringAt(entity.get(), "ConfigMethod"));
+TEST(ProtocolEntities, OtherEntitiesKeysAndValues) {
+    static const CFStringRef domains[] = {CFSTR("example.com"), CFSTR("corp.example.com")};
+    static const MoreSCInetAddress servers[] = {inet_addr("8.8.8.8"), inet_addr("1.1.1.1")};
+    static const Contents allProxiesOff = {{"FTPPassive", "0"}, {"FTPEnable", "0"},  {"GopherEnable", "0"},
+                                           {"HTTPEnable", "0"}, {"HTTPSEnable", "0"}, {"RTSPEnable", "0"},
+                                           {"SOCKSEnable", "0"}};
+    static const Contents someProxies = {
+        {"ExceptionsList", "[local]"}, {"FTPPassive", "1"},  {"FTPEnable", "0"},   {"GopherEnable", "0"},
+        {"HTTPEnable", "1"},           {"HTTPProxy", "proxy.example.com"},         {"HTTPPort", "8080"},
+        {"HTTPSEnable", "0"},          {"RTSPEnable", "0"}, {"SOCKSEnable", "0"}, {"SOCKSProxy", "socks.example.com"}};
+    ExpectBuilds({
+        {"empty DNS", [](D e) { MoreSCDNSDigest d{}; return MoreSCCreateEntity(CFSTR("DNS"), &d, e); }, {}},
+        {"DNS domains only", [](D e) { MoreSCDNSDigest d{0, nullptr, 2, domains}; return MoreSCCreateDNSEntity(&d, e); },
+         {{"SearchDomains", "[example.com,corp.example.com]"}}},
+        {"DNS", [](D e) { MoreSCDNSDigest d{2, servers, 1, domains}; return MoreSCCreateDNSEntity(&d, e); },
+         {{"ServerAddresses", "[8.8.8.8,1.1.1.1]"}, {"SearchDomains", "[example.com]"}}},
+        {"no proxies", [](D e) { MoreSCProxiesDigest d{}; return MoreSCCreateProxiesEntity(&d, e); }, allProxiesOff},
+        {"some proxies",
+         [](D e) {
+             const void* local = CFSTR("local");
+             CFRef<CFArrayRef> exceptions(CFArrayCreate(nullptr, &local, 1, &kCFTypeArrayCallBacks));
+             MoreSCProxiesDigest d{};
+             d.exceptionsList = exceptions.get();
+             d.FTPPassive = d.HTTPEnable = 1;
+             d.HTTPProxy = CFSTR("proxy.example.com");
+             d.HTTPPort = 8080;
+             d.SOCKSProxy = CFSTR("socks.example.com");  // a host without a port
+             return MoreSCCreateProxiesEntity(&d, e);
+         },
+         someProxies},
+        {"inactive AppleTalk",
+         [](D e) { MoreSCAppleTalkDigest d{0, CFSTR("Node"), 1, 1000, 42, CFSTR("Eng")}; return MoreSCCreateAppleTalkEntity(&d, e); },
+         {{"ConfigMethod", "Node"}, {"DefaultZone", "Eng"}, {"NetworkID", "1000"}, {"NodeID", "42"}, {"__INACTIVE__", "1"}}},
+        {"AppleTalk", [](D e) { MoreSCAppleTalkDigest d{1, CFSTR("Node"), 0, 7, 7, nullptr}; return MoreSCCreateAppleTalkEntity(&d, e); },
+         {{"ConfigMethod", "Node"}}},
+        {"global IPv4", [](D e) { int any = 0; return MoreSCCreateGlobalEntity(CFSTR("IPv4"), &any, e); },
+         {{"PPPOverridePrimary", "0"}, {"ServiceOrder", "[]"}}},
+        {"global NetInfo", [](D e) { int any = 0; return MoreSCCreateGlobalEntity(CFSTR("NetInfo"), &any, e); }, {}},
+    });
 }
 
-TEST(IPv4Entity, UnknownMethodAndStrayClientIDAreReported) {
-    CFRef<CFDictionaryRef> entity;
-    std::string reports = BuildIPv4({CFSTR("Carrier Pigeon"), 0, 0, 0, CFSTR("id")}, entity);
-    EXPECT_NE(std::string::npos, reports.find("MoreAssertQ failure: method != 'bad!'"));
-    EXPECT_NE(std::string::npos, reports.find("MoreAssertQ failure: (digest->clientID == nil) || (method == 'dhcp')"));
-    EXPECT_EQ("Carrier Pigeon", StringAt(entity.get(), "ConfigMethod"));
-}
-
-TEST(DNSEntity, WritesOnlyTheListsItHas) {
-    CFRef<CFDictionaryRef> entity;
-    MoreSCDNSDigest empty{};
-    ASSERT_EQ(noErr, MoreSCCreateEntity(CFSTR("DNS"), &empty, entity.out()));
-    EXPECT_EQ(0, CFDictionaryGetCount(entity.get()));
-
-    const CFStringRef domains[] = {CFSTR("example.com"), CFSTR("corp.example.com")};
-    MoreSCDNSDigest searchOnly{0, nullptr, 2, domains};
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateDNSEntity(&searchOnly, entity.out()));
-    EXPECT_EQ((Names{"SearchDomains"}), Keys(entity.get()));
-    EXPECT_EQ((Names{"example.com", "corp.example.com"}),
-              Strings(static_cast<CFArrayRef>(ValueAt(entity.get(), "SearchDomains"))));
-
-    const MoreSCInetAddress servers[] = {inet_addr("8.8.8.8"), inet_addr("1.1.1.1")};
-    MoreSCDNSDigest both{2, servers, 1, domains};
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateDNSEntity(&both, entity.out()));
-    EXPECT_EQ((Names{"ServerAddresses", "SearchDomains"}), Keys(entity.get()));
-    EXPECT_EQ((Names{"8.8.8.8", "1.1.1.1"}), Strings(static_cast<CFArrayRef>(ValueAt(entity.get(), "ServerAddresses"))));
-}
-
-TEST(ProxiesEntity, AllZeroGivesPassiveAndSixEnableFlags) {
+TEST(ProtocolEntities, UnknownNamesAreRefused) {
     MoreSCProxiesDigest digest{};
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateProxiesEntity(&digest, entity.out()));
-    Names keys{"FTPPassive", "FTPEnable", "GopherEnable", "HTTPEnable", "HTTPSEnable", "RTSPEnable", "SOCKSEnable"};
-    EXPECT_EQ(keys, Keys(entity.get()));
-    for (const std::string& key : keys) EXPECT_EQ(0, NumberAt(entity.get(), key.c_str())) << key;
-}
-
-TEST(ProxiesEntity, HostsAndPortsOnlyWhenSet) {
-    CFRef<CFArrayRef> exceptions(CFArrayCreate(nullptr, nullptr, 0, &kCFTypeArrayCallBacks));
-    MoreSCProxiesDigest digest{};
-    digest.exceptionsList = exceptions.get();
-    digest.FTPPassive = 1;
-    digest.HTTPEnable = 1;
-    digest.HTTPProxy = CFSTR("proxy.example.com");
-    digest.HTTPPort = 8080;
-    digest.SOCKSProxy = CFSTR("socks.example.com");  // a host without a port
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateProxiesEntity(&digest, entity.out()));
-    EXPECT_EQ((Names{"ExceptionsList", "FTPPassive", "FTPEnable", "GopherEnable", "HTTPEnable", "HTTPProxy",
-                     "HTTPPort", "HTTPSEnable", "RTSPEnable", "SOCKSEnable", "SOCKSProxy"}),
-              Keys(entity.get()));
-    EXPECT_EQ(8080, NumberAt(entity.get(), "HTTPPort"));
-}
-
-TEST(AppleTalkEntity, InactiveMarkerAndNodeNumbers) {
-    MoreSCAppleTalkDigest digest{0, CFSTR("Node"), 1, 1000, 42, CFSTR("Engineering")};
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateAppleTalkEntity(&digest, entity.out()));
-    EXPECT_EQ((Names{"ConfigMethod", "DefaultZone", "NetworkID", "NodeID", "__INACTIVE__"}), Keys(entity.get()));
-    EXPECT_EQ(42, NumberAt(entity.get(), "NodeID"));
-    EXPECT_EQ(1, NumberAt(entity.get(), "__INACTIVE__"));
-
-    digest = MoreSCAppleTalkDigest{1, CFSTR("Node"), 0, 0, 0, nullptr};
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateAppleTalkEntity(&digest, entity.out()));
-    EXPECT_EQ((Names{"ConfigMethod"}), Keys(entity.get()));
-}
-
-TEST(GlobalEntities, IPv4AndNetInfoOnly) {
-    int anyDigest = 0;
-    CFRef<CFDictionaryRef> entity;
-    ASSERT_EQ(noErr, MoreSCCreateGlobalEntity(CFSTR("IPv4"), &anyDigest, entity.out()));
-    EXPECT_EQ((Names{"PPPOverridePrimary", "ServiceOrder"}), Keys(entity.get()));
-    EXPECT_EQ(0, CFArrayGetCount(static_cast<CFArrayRef>(ValueAt(entity.get(), "ServiceOrder"))));
-
-    entity.reset();
-    ASSERT_EQ(noErr, MoreSCCreateGlobalEntity(CFSTR("NetInfo"), &anyDigest, entity.out()));
-    EXPECT_EQ(0, CFDictionaryGetCount(entity.get()));
-
-    testing::internal::CaptureStderr();
-    entity.reset();
-    EXPECT_EQ(-1, MoreSCCreateGlobalEntity(CFSTR("DNS"), &anyDigest, entity.out()));
-    EXPECT_EQ("MoreAssertQ failure: false\n", testing::internal::GetCapturedStderr());
-    EXPECT_EQ(nullptr, entity.get());
-}
-
-TEST(CreateEntity, UnknownNamesAreRefused) {
-    MoreSCProxiesDigest digest{};
-    for (CFStringRef name : {CFSTR("IPv6"), CFSTR("NetInfo"), CFSTR("proxies")}) {
+    const std::function<OSStatus(D)> builds[] = {
+        [&](D e) { return MoreSCCreateGlobalEntity(CFSTR("DNS"), &digest, e); },
+        [&](D e) { return MoreSCCreateEntity(CFSTR("IPv6"), &digest, e); },
+        [&](D e) { return MoreSCCreateEntity(CFSTR("NetInfo"), &digest, e); },
+        [&](D e) { return MoreSCCreateEntity(CFSTR("proxies"), &digest, e); },
+    };
+    for (const auto& build : builds) {
         CFRef<CFDictionaryRef> entity;
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(-1, MoreSCCreateEntity(name, &digest, entity.out())) << Text(name);
-        EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("MoreAssertQ failure: false"));
+        StderrCapture reports;
+        EXPECT_EQ(-1, build(entity.out()));
+        EXPECT_EQ("MoreAssertQ failure: false\n", reports.text());
         EXPECT_EQ(nullptr, entity.get());
     }
 }

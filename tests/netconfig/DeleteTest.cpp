@@ -1,5 +1,7 @@
 #include "netconfig/MoreSCDelete.h"
 
+#include <functional>
+
 #include "netconfig/MoreSCServices.h"
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/StoreFixture.h"
@@ -7,74 +9,62 @@
 namespace {
 
 using Delete = StoreTest;
+using Strings = std::vector<std::string>;
 
-TEST_F(Delete, CurrentSetIsNeverDeleted) {
-    // Refused: the collection still runs in the session, but a failed
-    // operation asks for no save, so the file stays as it was.
-    const std::string before = FileText();
-    EXPECT_EQ(MoreSCDeleteSet(CFSTR("0")), paramErr);
-    EXPECT_EQ(FileText(), before);
+// The IDs under "NetworkServices", sorted.
+Strings ServiceIDs(CFDictionaryRef services) {
+    Strings ids = Keys(services);
+    std::sort(ids.begin(), ids.end());
+    return ids;
 }
 
-TEST_F(Delete, DeletingASetKeepsServicesOtherSetsStillLink) {
-    EXPECT_EQ(MoreSCDeleteSet(CFSTR("1")), noErr);
-    EXPECT_FALSE(Saved("/Sets/1"));
-    EXPECT_FALSE(Saved("/NetworkServices/5"));  // linked from no set even before
-    EXPECT_FALSE(Saved("/NetworkServices/4"));  // only set 1 linked it
-    EXPECT_TRUE(Saved("/NetworkServices/2"));   // set 0 still does
-    EXPECT_TRUE(Saved("/NetworkServices/1"));
+// Each deletion ends with a collection of the services no set links to any
+// more, following the links (set 1 links service 4 as "L4"). Service 5 is
+// linked from nowhere from the start.
+TEST_F(Delete, DeletionsCollectTheServicesNoSetLinks) {
+    struct Row {
+        const char* what;
+        std::function<OSStatus()> deletion;
+        OSStatus status;
+        Strings services;    // left under "NetworkServices"
+        Strings setZero;     // set 0's service order afterwards
+        CFIndex sets;        // sets left
+        const char* report;  // part of what is reported, or ""
+    } rows[] = {
+        {"set 1", [] { return MoreSCDeleteSet(CFSTR("1")); }, noErr, {"1", "2", "3"}, {"3", "1", "2"}, 1, ""},
+        {"service 2 from set 0", [] { return MoreSCDeleteService(CFSTR("0"), CFSTR("2")); }, noErr,
+         {"1", "2", "3", "4"}, {"3", "1"}, 2, ""},
+        {"L4 from set 1", [] { return MoreSCDeleteService(CFSTR("1"), CFSTR("L4")); }, noErr, {"1", "2", "3"},
+         {"3", "1", "2"}, 2, ""},
+        {"service 4, which set 0 does not list", [] { return MoreSCDeleteService(CFSTR("0"), CFSTR("4")); }, noErr,
+         {"1", "2", "3", "4"}, {"3", "1", "2"}, 2, "MoreAssertQ failure: serviceIndex != kCFNotFound\n"},
+        // Refused: nothing is saved, the orphan included.
+        {"the current set", [] { return MoreSCDeleteSet(CFSTR("0")); }, paramErr, {"1", "2", "3", "4", "5"},
+         {"3", "1", "2"}, 2, ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        root_.writeStore(kTwoSetStore);
+        StderrCapture reports;
+        EXPECT_EQ(row.deletion(), row.status);
+        EXPECT_NE(reports.text().find(row.report), std::string::npos) << reports.text();
+        EXPECT_EQ(ServiceIDs(Saved("/NetworkServices").get()), row.services);
+        CFRef<CFArrayRef> order;
+        EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), order.out(), nullptr), noErr);
+        EXPECT_EQ(Texts(order.get()), row.setZero);
+        EXPECT_EQ(CFDictionaryGetCount(Saved("/Sets").get()), row.sets);
+    }
 }
 
-TEST_F(Delete, ServiceLeavesTheStoreWithItsLastLink) {
-    EXPECT_EQ(MoreSCDeleteService(CFSTR("0"), CFSTR("2")), noErr);
-    CFRef<CFArrayRef> ids;
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), ids.out(), nullptr), noErr);
-    EXPECT_EQ(Texts(ids.get()), (std::vector<std::string>{"3", "1"}));
-    EXPECT_TRUE(Saved("/NetworkServices/2"));  // set 1 still links it
-
-    EXPECT_EQ(MoreSCDeleteService(CFSTR("1"), CFSTR("2")), noErr);
-    EXPECT_FALSE(Saved("/NetworkServices/2"));
-}
-
-TEST_F(Delete, ServiceActiveSwitchSavesOnlyChanges) {
-    const std::string before = FileText();
-    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("1"), true), noErr);
-    EXPECT_EQ(FileText(), before);
-
-    Boolean active = false;
-    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("3"), true), noErr);
-    EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("3"), &active), noErr);
-    EXPECT_TRUE(active);
-    EXPECT_EQ(MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), false), noErr);
-    EXPECT_EQ(MoreSCIsServiceActive(CFSTR("0"), CFSTR("2"), &active), noErr);
-    EXPECT_FALSE(active);
-}
-
-TEST_F(Delete, RefusedSetDeletionStillCollectsOrphans) {
+TEST_F(Delete, RefusedSetDeletionStillCollectsInTheSession) {
     ASSERT_EQ(MoreSCOpen(false, false), noErr);
     EXPECT_EQ(MoreSCDeleteSet(CFSTR("0")), paramErr);
-    CFDictionaryRef services = static_cast<CFDictionaryRef>(
+    auto services = static_cast<CFDictionaryRef>(
         SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), CFSTR("NetworkServices")));
-    ASSERT_NE(services, nullptr);
-    EXPECT_FALSE(CFDictionaryContainsKey(services, CFSTR("5")));  // the orphan went in the session
-    EXPECT_TRUE(CFDictionaryContainsKey(services, CFSTR("4")));
-    CFRef<CFArrayRef> ids;
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), ids.out(), nullptr), noErr);  // the set is still there
+    EXPECT_EQ(ServiceIDs(services), (Strings{"1", "2", "3", "4"}));
     OSStatus err = noErr;
     MoreSCClose(&err, false);
     EXPECT_TRUE(Saved("/NetworkServices/5"));  // nobody asked to save
-}
-
-TEST_F(Delete, ServiceTheSetDoesNotListLeavesTheOrderAlone) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(MoreSCDeleteService(CFSTR("0"), CFSTR("4")), noErr);
-    std::string reports = testing::internal::GetCapturedStderr();
-    EXPECT_NE(reports.find("MoreAssertQ failure: serviceIndex != kCFNotFound"), std::string::npos);
-    CFRef<CFArrayRef> ids;
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), ids.out(), nullptr), noErr);
-    EXPECT_EQ(Texts(ids.get()), (std::vector<std::string>{"3", "1", "2"}));
-    EXPECT_TRUE(Saved("/NetworkServices/4"));   // set 1 still links it
-    EXPECT_FALSE(Saved("/NetworkServices/5"));  // the orphan went all the same
 }
 
 }  // namespace

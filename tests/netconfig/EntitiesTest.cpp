@@ -1,5 +1,9 @@
 #include "netconfig/MoreSCEntities.h"
 
+#include <functional>
+
+#include "netconfig/MoreSCDelete.h"
+#include "netconfig/MoreSCServices.h"
 #include "netconfig/StoreFixture.h"
 #include "plist/MoreCFQ.h"
 
@@ -24,32 +28,49 @@ TEST_F(Entities, MissingEntityIsAnErrorAndSetReplacesWhole) {
     EXPECT_EQ(MoreSCSetEntity(nullptr, CFSTR("3"), CFSTR("Proxies"), first.get()), noErr);
     auto second = DictionaryWith(CFSTR("ProxyAutoConfigEnable"), 1);
     EXPECT_EQ(MoreSCSetEntity(nullptr, CFSTR("3"), CFSTR("Proxies"), second.get()), noErr);
-
-    CFRef<CFDictionaryRef> saved = Saved("/NetworkServices/3/Proxies");
-    ASSERT_TRUE(saved);
-    EXPECT_TRUE(CFEqual(saved.get(), second.get()));  // the first entity's keys are gone
+    EXPECT_TRUE(CFEqual(Saved("/NetworkServices/3/Proxies").get(), second.get()));  // the first one's keys are gone
 }
 
-TEST_F(Entities, ActiveFlagChangesOnlyWhenNeeded) {
+// An entity or a service switched to the state it already has: nothing is
+// saved and nothing applied.
+TEST_F(Entities, SwitchingToTheCurrentStateNeitherSavesNorApplies) {
+    const std::function<OSStatus()> switches[] = {
+        [] { return MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), true); },
+        [] { return MoreSCSetServiceActive(nullptr, CFSTR("1"), true); },
+        [] { return MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), true); },
+        [] { return MoreSCSetServiceActive(nullptr, CFSTR("3"), false); },  // its marker holds 0
+    };
     const std::string before = FileText();
-    EXPECT_EQ(MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), true), noErr);
-    EXPECT_EQ(FileText(), before);  // already active: nothing saved
+    for (const auto& sameState : switches) {
+        EXPECT_EQ(sameState(), noErr);
+        EXPECT_EQ(FileText(), before);
+        EXPECT_FALSE(Applied());
+    }
+}
 
+TEST_F(Entities, SwitchingActiveStatesSavesAndApplies) {
     EXPECT_EQ(MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), false), noErr);
+    EXPECT_TRUE(Applied());
     Boolean active = true;
     EXPECT_EQ(MoreSCIsEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), &active), noErr);
     EXPECT_FALSE(active);
-    CFRef<CFDictionaryRef> saved = Saved("/NetworkServices/1/Proxies");
-    ASSERT_TRUE(saved);
     SInt32 marker = 0;
-    EXPECT_TRUE(CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(saved.get(), CFSTR("__INACTIVE__"))),
+    EXPECT_TRUE(CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(Saved("/NetworkServices/1/Proxies").get(),
+                                                                               CFSTR("__INACTIVE__"))),
                                  kCFNumberSInt32Type, &marker));
     EXPECT_EQ(marker, 1);
 
+    // A service shared by two sets, switched through one, seen through the other.
+    EXPECT_EQ(MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), false), noErr);
+    EXPECT_EQ(MoreSCIsServiceActive(CFSTR("0"), CFSTR("2"), &active), noErr);
+    EXPECT_FALSE(active);
+    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("3"), true), noErr);
+    EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("3"), &active), noErr);
+    EXPECT_TRUE(active);
+
     // Absent entity: an error, the caller's answer untouched.
-    active = 7;
     EXPECT_EQ(MoreSCIsEntityActive(nullptr, CFSTR("1"), CFSTR("DNS"), &active), kSCStatusNoKey);
-    EXPECT_EQ(active, 7);
+    EXPECT_TRUE(active);
 }
 
 TEST_F(Entities, NewAndDeleteEntity) {
@@ -61,21 +82,17 @@ TEST_F(Entities, NewAndDeleteEntity) {
 
     EXPECT_EQ(MoreSCDeleteEntity(nullptr, CFSTR("1"), CFSTR("DNS")), noErr);
     EXPECT_FALSE(Saved("/NetworkServices/1/DNS"));
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     EXPECT_EQ(MoreSCDeleteEntity(nullptr, CFSTR("1"), CFSTR("DNS")), noErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "MoreAssertQ failure: CFDictionaryGetCount(entitiesDict) == (dictCount - 1)\n");
+    EXPECT_EQ(reports.text(), "MoreAssertQ failure: CFDictionaryGetCount(entitiesDict) == (dictCount - 1)\n");
 }
 
 TEST_F(Entities, ListAndReplaceAllEntitiesKeepingNameAndMarker) {
-    CFRef<CFArrayRef> protocols;
-    CFRef<CFArrayRef> values;
+    CFRef<CFArrayRef> protocols, values;
     EXPECT_EQ(MoreSCCopyEntities(nullptr, CFSTR("1"), protocols.out(), values.out()), noErr);
     EXPECT_EQ(Texts(protocols.get()), (std::vector<std::string>{"Interface", "Proxies"}));
     ASSERT_EQ(CFArrayGetCount(values.get()), 2);
-    CFRef<CFDictionaryRef> proxies;
-    EXPECT_EQ(MoreSCCopyEntity(nullptr, CFSTR("1"), CFSTR("Proxies"), proxies.out()), noErr);
-    EXPECT_TRUE(CFEqual(CFArrayGetValueAtIndex(values.get(), 1), proxies.get()));
+    EXPECT_TRUE(CFEqual(CFArrayGetValueAtIndex(values.get(), 1), Saved("/NetworkServices/1/Proxies").get()));
 
     auto ipv4 = DictionaryWith(CFSTR("Manual"), 1);
     const void* newProtocols[] = {CFSTR("IPv4")};
@@ -95,7 +112,7 @@ TEST_F(Entities, NilServiceMeansTheSetsGlobalEntities) {
     EXPECT_EQ(MoreSCCopyEntity(CFSTR("1"), nullptr, CFSTR("IPv4"), ipv4.out()), noErr);
     ASSERT_TRUE(ipv4);
     EXPECT_EQ(Texts(static_cast<CFArrayRef>(CFDictionaryGetValue(ipv4.get(), CFSTR("ServiceOrder")))),
-              (std::vector<std::string>{"2", "4"}));
+              (std::vector<std::string>{"2", "L4"}));
 }
 
 }  // namespace

@@ -1,138 +1,65 @@
-#include <gtest/gtest.h>
+#include "netconfig/MoreSCPaths.h"
 
-#include <string>
+#include <functional>
 
-#include "netconfig/MoreSCPathsInternal.h"
 #include "netconfig/MoreSCSession.h"
-#include "platform/corefoundation/CFRef.h"
-#include "support/TempRoot.h"
+#include "netconfig/StoreFixture.h"
 
 namespace {
 
-// Set 0 is current. It links service 3 under its own ID and service 3 again
-// under the local ID "L1"; "5" is an entry that is not a link; service 12
-// exists but no set links to it.
-const char kStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict>
-<key>CurrentSet</key><string>/Sets/0</string>
-<key>NetworkServices</key><dict>
-  <key>3</key><dict><key>UserDefinedName</key><string>Ethernet</string><key>Proxies</key><dict/></dict>
-  <key>12</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>
-</dict>
-<key>Sets</key><dict><key>0</key><dict><key>Network</key><dict>
-  <key>Global</key><dict/>
-  <key>Service</key><dict>
-    <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
-    <key>L1</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
-    <key>5</key><dict><key>UserDefinedName</key><string>not a link</string></dict>
-  </dict>
-</dict></dict></dict>
-</dict></plist>
-)";
-
-std::string Text(CFStringRef string) {
-    if (string == nil) return "(nil)";
-    char buffer[256];
-    return CFStringGetCString(string, buffer, sizeof(buffer), kCFStringEncodingUTF8) ? buffer : "(unreadable)";
-}
-
-class Paths : public testing::Test {
-protected:
-    void Open(const char* storeText) {
-        root_.writeStore(storeText);
-        ASSERT_EQ(MoreSCOpen(false, false), noErr);
-        open_ = true;
-    }
-    void TearDown() override {
-        if (!open_) return;
-        OSStatus err = noErr;
-        MoreSCClose(&err, false);
-        EXPECT_EQ(err, noErr);
-    }
-
-    TempRoot root_;
-    bool open_ = false;
+struct PathRow {
+    const char* what;
+    std::function<OSStatus(CFStringRef*)> copy;
+    OSStatus status;
+    const char* path;
+    const char* report = "";
 };
 
-TEST(PathStrings, IDIsTheThirdComponentOfAPath) {
-    struct Case {
-        CFStringRef path;
-        const char* id;
-    } cases[] = {{CFSTR("/NetworkServices/12"), "12"}, {CFSTR("/Sets/0"), "0"}, {CFSTR("/Sets/"), ""}};
-    for (const Case& c : cases) {
-        CFRef<CFStringRef> id;
-        EXPECT_EQ(CopySeIDFromSePath(c.path, id.out()), noErr);
-        EXPECT_EQ(Text(id.get()), c.id);
+// Runs each row with a fresh out-parameter and checks status, path and what
+// was reported.
+void ExpectPaths(const std::vector<PathRow>& rows) {
+    for (const PathRow& row : rows) {
+        SCOPED_TRACE(row.what);
+        CFRef<CFStringRef> path;
+        StderrCapture reports;
+        EXPECT_EQ(row.copy(path.out()), row.status);
+        EXPECT_EQ(Text(path.get()), row.path);
+        EXPECT_EQ(reports.text(), row.report);
     }
-
-    // Too short: reported, and no ID.
-    CFRef<CFStringRef> id;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(CopySeIDFromSePath(CFSTR("/Sets"), id.out()), coreFoundationUnknownErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "MoreAssertQ failure: CFArrayGetCount(sePathComponents) == 3\n");
-    EXPECT_EQ(id.get(), nullptr);
-
-    // Too long: reported, and the third component still taken.
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(CopySeIDFromSePath(CFSTR("/Sets/0/Network"), id.out()), noErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "MoreAssertQ failure: CFArrayGetCount(sePathComponents) == 3\n");
-    EXPECT_EQ(Text(id.get()), "0");
 }
 
-TEST_F(Paths, SetPathsComeFromTheIDOrTheCurrentSet) {
-    Open(kStore);
-    CFRef<CFStringRef> path;
-    // No set 7 exists; its path is made all the same.
-    EXPECT_EQ(CopySetPath(CFSTR("7"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/7");
-    path.reset();
-    EXPECT_EQ(CopySetGlobalsPath(nil, path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/0/Network/Global");
-    path.reset();
-    EXPECT_EQ(CopySetServicesPath(CFSTR("7"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/7/Network/Service");
+TEST(PathStrings, IDIsTheThirdComponentOfAPath) {
+    const char* report = "MoreAssertQ failure: CFArrayGetCount(sePathComponents) == 3\n";
+    auto id = [](CFStringRef path) { return [path](CFStringRef* id) { return CopySeIDFromSePath(path, id); }; };
+    ExpectPaths({
+        {"service", id(CFSTR("/NetworkServices/12")), noErr, "12"},
+        {"empty ID", id(CFSTR("/Sets/")), noErr, ""},
+        {"too short", id(CFSTR("/Sets")), coreFoundationUnknownErr, "(nil)", report},
+        {"too long", id(CFSTR("/Sets/0/Network")), noErr, "0", report},  // the third component all the same
+    });
 }
 
-TEST_F(Paths, WithoutACurrentSetThereIsNoDefaultSet) {
-    Open(R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict><key>Sets</key><dict/></dict></plist>
-)");
-    CFRef<CFStringRef> path;
-    EXPECT_EQ(CopySetPath(nil, path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(CopyEntityPath(nil, CFSTR("3"), CFSTR("Proxies"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-}
+using Paths = StoreTest;
 
-TEST_F(Paths, ServicesAreReachedThroughTheSetsLinks) {
-    Open(kStore);
-    CFRef<CFStringRef> path;
-    EXPECT_EQ(CopyResolvedServicePath(CFSTR("0"), CFSTR("3"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/NetworkServices/3");
-    path.reset();
-    EXPECT_EQ(CopyEntityPath(nil, CFSTR("L1"), CFSTR("Proxies"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/NetworkServices/3/Proxies");
-
-    // A nil service means the set's globals, whether or not the set exists.
-    path.reset();
-    EXPECT_EQ(CopyResolvedServicePath(CFSTR("9"), nil, path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/9/Network/Global");
-    path.reset();
-    EXPECT_EQ(CopyEntityPath(CFSTR("9"), nil, CFSTR("IPv4"), path.out()), noErr);
-    EXPECT_EQ(Text(path.get()), "/Sets/9/Network/Global/IPv4");
-
-    // Not linked from the set, not a link, or no such set: unreachable.
-    testing::internal::CaptureStderr();
-    path.reset();
-    EXPECT_EQ(CopyResolvedServicePath(CFSTR("0"), CFSTR("12"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(CopyResolvedServicePath(nil, CFSTR("5"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(CopyEntityPath(CFSTR("9"), CFSTR("3"), CFSTR("Proxies"), path.out()), kSCStatusNoKey);
-    EXPECT_EQ(path.get(), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+// Paths are made for sets whether or not they exist; services are reached
+// only through a link of the set.
+TEST_F(Paths, SetsAndServicesAreReachedThroughTheSetsLinks) {
+    root_.writeStore(Edited(kTwoSetStore, "<key>L4</key>", "<key>7</key><dict/><key>L4</key>"));
+    ASSERT_EQ(MoreSCOpen(false, false), noErr);
+    auto entity = [](CFStringRef setID, CFStringRef serviceID, CFStringRef protocol) {
+        return [=](CFStringRef* path) { return CopyEntityPath(setID, serviceID, protocol, path); };
+    };
+    ExpectPaths({
+        {"services of set 9", [](CFStringRef* p) { return CopySetServicesPath(CFSTR("9"), p); }, noErr,
+         "/Sets/9/Network/Service"},
+        {"local ID", entity(CFSTR("1"), CFSTR("L4"), CFSTR("Proxies")), noErr, "/NetworkServices/4/Proxies"},
+        {"global entity", entity(CFSTR("9"), nil, CFSTR("IPv4")), noErr, "/Sets/9/Network/Global/IPv4"},
+        {"not linked", entity(nil, CFSTR("4"), CFSTR("Proxies")), kSCStatusNoKey, "(nil)"},
+        {"not a link", entity(CFSTR("1"), CFSTR("7"), CFSTR("Proxies")), kSCStatusNoKey, "(nil)"},
+        {"no such set", entity(CFSTR("9"), CFSTR("2"), CFSTR("Proxies")), kSCStatusNoKey, "(nil)"},
+    });
+    OSStatus err = noErr;
+    MoreSCClose(&err, false);
 }
 
 }  // namespace

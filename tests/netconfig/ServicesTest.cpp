@@ -5,17 +5,23 @@
 namespace {
 
 using Services = StoreTest;
+using Strings = std::vector<std::string>;
 
-TEST_F(Services, IDsComeInServiceOrderWhateverTheirState) {
-    CFRef<CFArrayRef> local;
-    CFRef<CFArrayRef> resolved;
-    EXPECT_EQ(MoreSCCopyServiceIDs(nullptr, local.out(), resolved.out()), noErr);
-    EXPECT_EQ(Texts(local.get()), (std::vector<std::string>{"3", "1", "2"}));
-    EXPECT_EQ(Texts(resolved.get()), Texts(local.get()));
-
-    local.reset();
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("1"), local.out(), nullptr), noErr);
-    EXPECT_EQ(Texts(local.get()), (std::vector<std::string>{"2", "4"}));
+// IDs come in "ServiceOrder" order, active or not; resolved IDs follow the
+// links, which set 1 makes under a local ID of its own.
+TEST_F(Services, LocalAndResolvedIDsInServiceOrder) {
+    const std::tuple<CFStringRef, Strings, Strings> rows[] = {
+        {nullptr, {"3", "1", "2"}, {"3", "1", "2"}},
+        {CFSTR("1"), {"2", "L4"}, {"2", "4"}},
+    };
+    for (const auto& [setID, local, resolved] : rows) {
+        CFRef<CFArrayRef> localIDs, resolvedIDs, resolvedOnly;
+        EXPECT_EQ(MoreSCCopyServiceIDs(setID, localIDs.out(), resolvedIDs.out()), noErr);
+        EXPECT_EQ(Texts(localIDs.get()), local);
+        EXPECT_EQ(Texts(resolvedIDs.get()), resolved);
+        EXPECT_EQ(MoreSCCopyServiceIDs(setID, nullptr, resolvedOnly.out()), noErr);
+        EXPECT_EQ(Texts(resolvedOnly.get()), resolved);
+    }
 }
 
 TEST_F(Services, ActiveMeansNoInactiveMarkerWhateverItsValue) {
@@ -32,27 +38,25 @@ TEST_F(Services, ActiveMeansNoInactiveMarkerWhateverItsValue) {
 }
 
 TEST_F(Services, NamesAndRenamingThroughAnotherSet) {
-    CFRef<CFStringRef> text;
-    EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, CFSTR("1"), text.out()), noErr);
-    EXPECT_EQ(Text(text.get()), "en0");
-    text.reset();
-    EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, CFSTR("2"), text.out()), coreFoundationUnknownErr);
-    EXPECT_EQ(text.get(), nullptr);
-    EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, CFSTR("3"), text.out()), kSCStatusNoKey);
+    const std::tuple<const char*, OSStatus, const char*> bsdNames[] = {
+        {"1", noErr, "en0"}, {"2", coreFoundationUnknownErr, "(nil)"}, {"3", kSCStatusNoKey, "(nil)"}};
+    for (const auto& [serviceID, status, name] : bsdNames) {
+        CFRef<CFStringRef> id(CFStringCreateWithCString(nullptr, serviceID, kCFStringEncodingUTF8)), text;
+        EXPECT_EQ(MoreSCCopyBSDNameOfService(nullptr, id.get(), text.out()), status);
+        EXPECT_EQ(Text(text.get()), name);
+    }
 
     // A service is shared: renamed through set 1, seen through set 0.
+    CFRef<CFStringRef> text;
     EXPECT_EQ(MoreSCRenameService(CFSTR("1"), CFSTR("2"), CFSTR("Office Wi-Fi")), noErr);
     EXPECT_EQ(MoreSCCopyUserVisibleNameOfService(CFSTR("0"), CFSTR("2"), text.out()), noErr);
     EXPECT_EQ(Text(text.get()), "Office Wi-Fi");
 }
 
 TEST_F(Services, SetWithoutGlobalIPv4Entity) {
-    std::string text = kTwoSetStore;
-    const std::string order = "<key>IPv4</key><dict><key>ServiceOrder</key>\n"
-                              "      <array><string>2</string><string>4</string></array></dict>";
-    ASSERT_NE(text.find(order), std::string::npos);
-    text.erase(text.find(order), order.size());
-    root_.writeStore(text);
+    root_.writeStore(Edited(kTwoSetStore, "<key>IPv4</key><dict><key>ServiceOrder</key>\n"
+                                          "      <array><string>2</string><string>L4</string></array></dict>",
+                            ""));
     const std::string before = FileText();
 
     CFRef<CFArrayRef> ids;
@@ -65,54 +69,24 @@ TEST_F(Services, SetWithoutGlobalIPv4Entity) {
     EXPECT_EQ(mutableServices.get(), nullptr);
 
     // Writing the order alone needs the entity; none is created.
-    CFRef<CFArrayRef> order2;
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), order2.out(), nullptr), noErr);
-    EXPECT_EQ(MoreSCSetServicesDict(CFSTR("1"), nullptr, order2.get()), kSCStatusNoKey);
+    CFRef<CFArrayRef> order;
+    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), order.out(), nullptr), noErr);
+    EXPECT_EQ(MoreSCSetServicesDict(CFSTR("1"), nullptr, order.get()), kSCStatusNoKey);
     EXPECT_EQ(FileText(), before);
 }
 
+// An empty order lists nothing; an order that is not an array counts as none.
 TEST_F(Services, EmptyOrMalformedServiceOrder) {
-    const std::string order = "<array><string>2</string><string>4</string></array>";
-    for (const char* replacement : {"<array/>", "<string>2</string>"}) {
-        SCOPED_TRACE(replacement);
-        std::string text = kTwoSetStore;
-        ASSERT_NE(text.find(order), std::string::npos);
-        text.replace(text.find(order), order.size(), replacement);
-        root_.writeStore(text);
-
-        CFRef<CFArrayRef> local;
-        CFRef<CFArrayRef> resolved;
-        OSStatus err = MoreSCCopyServiceIDs(CFSTR("1"), local.out(), resolved.out());
-        if (std::string(replacement) == "<array/>") {
-            EXPECT_EQ(err, noErr);
-            EXPECT_EQ(CFArrayGetCount(local.get()), 0);
-            EXPECT_EQ(CFArrayGetCount(resolved.get()), 0);
-        } else {
-            // An order that is not an array counts as none.
-            EXPECT_EQ(err, coreFoundationUnknownErr);
-            EXPECT_FALSE(local);
-            CFRef<CFMutableDictionaryRef> services;
-            EXPECT_EQ(MoreSCCopyServicesDictMutable(CFSTR("1"), services.out(), nullptr), coreFoundationUnknownErr);
-        }
-    }
-}
-
-TEST_F(Services, RealStoreOrderAndNames) {
-    root_.installStore("macbook-air-http-proxy-ppp.plist");
-    CFRef<CFArrayRef> local;
-    CFRef<CFArrayRef> resolved;
-    ASSERT_EQ(MoreSCCopyServiceIDs(nullptr, local.out(), resolved.out()), noErr);
-    EXPECT_EQ(Texts(local.get()), (std::vector<std::string>{"4A73E068-DCE3-46C3-98EE-991526FF151A",
-                                                            "622D9F75-98F0-4AF1-8FFC-C5A27462B0B6",
-                                                            "3896F922-5883-4D53-AC38-CEDEC0DAAAF3"}));
-    EXPECT_EQ(Texts(resolved.get()), Texts(local.get()));
-    for (CFIndex i = 0; i < CFArrayGetCount(local.get()); i++) {
-        auto serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(local.get(), i));
-        Boolean active = 7;
-        CFRef<CFStringRef> name;
-        EXPECT_EQ(MoreSCIsServiceActive(nullptr, serviceID, &active), noErr);
-        EXPECT_NE(active, 7);
-        EXPECT_EQ(MoreSCCopyUserVisibleNameOfService(nullptr, serviceID, name.out()), noErr);
+    const std::pair<const char*, OSStatus> rows[] = {{"<array/>", noErr}, {"<string>2</string>", coreFoundationUnknownErr}};
+    for (const auto& [order, status] : rows) {
+        SCOPED_TRACE(order);
+        root_.writeStore(Edited(kTwoSetStore, "<array><string>2</string><string>L4</string></array>", order));
+        CFRef<CFArrayRef> local, resolved;
+        EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("1"), local.out(), resolved.out()), status);
+        EXPECT_EQ(local.get() != nullptr && CFArrayGetCount(local.get()) == 0, status == noErr);
+        EXPECT_EQ(resolved.get() != nullptr && CFArrayGetCount(resolved.get()) == 0, status == noErr);
+        CFRef<CFMutableDictionaryRef> services;
+        EXPECT_EQ(MoreSCCopyServicesDictMutable(CFSTR("1"), services.out(), nullptr), status);
     }
 }
 

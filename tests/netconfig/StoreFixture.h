@@ -1,19 +1,22 @@
 // A small store with two sets sharing a service, for the set, service,
-// entity and deletion tests, and ways to look at what was saved.
+// entity and deletion tests, and ways to look at what was saved and applied.
 //
 // Set "0" (current, "Automatic") orders services 3, 1, 2; set "1" (no name)
-// orders 2, 4. Service 3 is inactive (its marker holds 0, which still
-// counts), service 2 has an Interface entity without "DeviceName", and
-// service 5 is linked from no set.
+// orders 2 and "L4", its local ID for service 4. Service 3 is inactive (its
+// marker holds 0, which still counts), service 2 has an Interface entity
+// without "DeviceName", and service 5 is linked from no set.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/systemconfiguration/SCPreferences.h"
+#include "support/CFText.h"
+#include "support/StderrCapture.h"
 #include "support/TempRoot.h"
 
 inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -34,37 +37,23 @@ inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
   <key>0</key><dict><key>UserDefinedName</key><string>Automatic</string><key>Network</key><dict>
     <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
       <array><string>3</string><string>1</string><string>2</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>1</key><dict><key>__LINK__</key><string>/NetworkServices/1</string></dict>
+    <key>Service</key><dict><key>1</key><dict><key>__LINK__</key><string>/NetworkServices/1</string></dict>
       <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
-      <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict>
-    </dict></dict></dict>
+      <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict></dict></dict></dict>
   <key>1</key><dict><key>Network</key><dict>
     <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
-      <array><string>2</string><string>4</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
-      <key>4</key><dict><key>__LINK__</key><string>/NetworkServices/4</string></dict>
-    </dict></dict></dict>
+      <array><string>2</string><string>L4</string></array></dict></dict>
+    <key>Service</key><dict><key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
+      <key>L4</key><dict><key>__LINK__</key><string>/NetworkServices/4</string></dict></dict></dict></dict>
 </dict>
 </dict></plist>
 )";
 
-inline std::string Text(CFTypeRef string) {
-    char buffer[256];
-    if (string == nullptr) return "(nil)";
-    if (CFGetTypeID(string) != CFStringGetTypeID()) return "(not a string)";
-    return CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8)
-               ? buffer
-               : "(unreadable)";
-}
-
-inline std::vector<std::string> Texts(CFArrayRef array) {
-    std::vector<std::string> texts;
-    for (CFIndex i = 0; array != nullptr && i < CFArrayGetCount(array); i++) {
-        texts.push_back(Text(CFArrayGetValueAtIndex(array, i)));
-    }
-    return texts;
+// Replaces the one occurrence of from in text.
+inline std::string Edited(std::string text, const std::string& from, const std::string& to) {
+    size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
 }
 
 class StoreTest : public testing::Test {
@@ -72,6 +61,11 @@ protected:
     void SetUp() override { root_.writeStore(kTwoSetStore); }
 
     std::string FileText() const { return TempRoot::ReadFile(root_.storePath()); }
+
+    // Whether a save was applied: the running system's copy exists.
+    bool Applied() const {
+        return std::filesystem::exists(root_.path() / "var/run/SystemConfiguration/preferences.plist");
+    }
 
     // The dictionary at path in the store as saved on disk, or nil.
     CFRef<CFDictionaryRef> Saved(const char* path) const {

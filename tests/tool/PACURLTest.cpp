@@ -1,5 +1,6 @@
 // -f and -u: forcing and updating the PAC URL, case by case, after the HTTP
-// proxy step.
+// proxy step. Any non-zero flag counts as PAC on, and the flag is only ever
+// written when it was 0.
 #include <gtest/gtest.h>
 
 #include "tool/ToolHarness.h"
@@ -7,90 +8,72 @@
 namespace {
 
 const std::string kURL = "http://new.example.com/conf/proxy.pac";
+const std::string kSameFile = "http://old.example.com/proxy.pac";
+const std::string kOtherFile = "http://old.example.com/other.pac";
 
 Node PAC(long enable, const std::string& url) {
     return Dict({{"ProxyAutoConfigEnable", Int(enable)}, {"ProxyAutoConfigURLString", Str(url)}});
 }
-Node URLOnly(const std::string& url) { return Dict({{"ProxyAutoConfigURLString", Str(url)}}); }
 
-void SetPAC(Node& store, const std::string& id, long enable, const std::string& url) {
-    ProxiesOf(store, id)["ProxyAutoConfigEnable"] = Int(enable);
-    ProxiesOf(store, id)["ProxyAutoConfigURLString"] = Str(url);
-}
+struct Row {
+    const char* id;
+    Node proxies;
+    const char* lines;  // what the URL step prints for the service ("%s" is its ID)
+    long enable;        // the flag afterwards
+    std::string url;    // the URL afterwards
+};
 
-// Runs the option; the proxy step says "does not exist" for every service
-// (none has a proxy host), and the rest of stdout must be urlLines.
-void ExpectRun(const TempRoot& root, const char* option, const std::vector<std::string>& ids,
-               const std::string& urlLines) {
-    std::string proxyLines;
-    for (const std::string& id : ids) proxyLines += "- Http Proxy does not exist - " + id + ".\n";
+// Runs option with the URL on one store of all rows; the proxy step says
+// "does not exist" for every service (none has a proxy host).
+void ExpectRows(const char* option, const std::vector<Row>& rows) {
+    TempRoot root;
+    std::vector<ServiceSpec> services;
+    for (const Row& row : rows) services.push_back({row.id, row.proxies});
+    Node store = MakeStore(services);
+    auto file = root.writeStore(store.File());
+
     ToolRun run = RunTool(root, {option, kURL});
+    std::string expected;
+    for (const Row& row : rows) expected += "- Http Proxy does not exist - " + std::string(row.id) + ".\n";
+    for (const Row& row : rows) {
+        std::string lines = row.lines;
+        for (size_t at; (at = lines.find("%s")) != std::string::npos;) lines.replace(at, 2, row.id);
+        expected += lines;
+        Node& proxies = ProxiesOf(store, row.id);
+        proxies["ProxyAutoConfigEnable"] = Int(row.enable);
+        proxies["ProxyAutoConfigURLString"] = Str(row.url);
+    }
     EXPECT_TRUE(run.exitedWithZero);
     EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.out, proxyLines + urlLines);
+    EXPECT_EQ(run.out, expected);
+    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
 }
 
 TEST(PACURLTest, ForceSetsTheURLAndSwitchesPACOn) {
-    TempRoot root;
-    Node store = MakeStore({
-        {"Same", PAC(1, kURL)},
-        {"Case", PAC(1, "http://NEW.example.com/conf/proxy.pac")},
-        {"Off", PAC(0, kURL)},
-        {"Nothing", Dict()},
-        {"Empty", PAC(1, "")},
+    ExpectRows("-f", {
+        {"Same", PAC(1, kURL), "- PAC is already set - %s.\n", 1, kURL},
+        {"Two", PAC(2, kURL), "- PAC is already set - %s.\n", 2, kURL},
+        {"Case", PAC(1, "http://NEW.example.com/conf/proxy.pac"), "OK - Force PAC - %s.\n", 1, kURL},
+        {"Minus", PAC(-1, kOtherFile), "OK - Force PAC - %s.\n", -1, kURL},
+        {"Off", PAC(0, kURL), "OK - Force PAC - %s.\n", 1, kURL},
+        {"Nothing", Dict(), "OK - Force PAC - %s.\n", 1, kURL},
+        {"Empty", PAC(1, ""), "OK - Force PAC - %s.\n", 1, kURL},
     });
-    auto file = root.writeStore(store.File());
-
-    ExpectRun(root, "-f", {"Same", "Case", "Off", "Nothing", "Empty"},
-              "- PAC is already set - Same.\n"
-              "OK - Force PAC - Case.\n"
-              "OK - Force PAC - Off.\n"
-              "OK - Force PAC - Nothing.\n"
-              "OK - Force PAC - Empty.\n");
-    for (const char* id : {"Case", "Off", "Nothing", "Empty"}) SetPAC(store, id, 1, kURL);
-    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
 }
 
 TEST(PACURLTest, UpdateReplacesOnlyAURLForTheSameFile) {
-    TempRoot root;
-    Node store = MakeStore({
-        {"Same", PAC(1, kURL)},
-        {"SameFile", PAC(1, "http://old.example.com/proxy.pac")},
-        {"OtherFile", PAC(1, "http://old.example.com/other.pac")},
-        {"NoSlash", PAC(1, "wpad")},
-        {"OffSame", PAC(0, kURL)},
-        {"OffOther", PAC(0, "http://old.example.com/other.pac")},
-        {"NoURL", Dict()},
-        {"Empty", URLOnly("")},
+    ExpectRows("-u", {
+        {"Same", PAC(1, kURL), "- PAC is ready for Orbel - %s.\n", 1, kURL},
+        {"SameFile", PAC(1, kSameFile), "OK - Update PAC - %s.\n", 1, kURL},
+        {"Two", PAC(2, kSameFile), "OK - Update PAC - %s.\n", 2, kURL},
+        {"OtherFile", PAC(1, kOtherFile), "- PAC is ready for Orbel - %s.\n", 1, kOtherFile},
+        {"Minus", PAC(-1, kOtherFile), "- PAC is ready for Orbel - %s.\n", -1, kOtherFile},
+        {"NoSlash", PAC(1, "wpad"), "- PAC is ready for Orbel - %s.\n", 1, "wpad"},
+        {"OffSame", PAC(0, kURL), "- PAC URL is already set - %s.\nOK - Update PAC - %s.\n", 1, kURL},
+        {"OffOther", PAC(0, kOtherFile), "- PAC URL is already set - %s.\nOK - Update PAC - %s.\n", 1, kOtherFile},
+        {"NoURL", Dict(), "OK - Update PAC - %s.\n", 1, kURL},
+        {"Empty", Dict({{"ProxyAutoConfigURLString", Str("")}}), "OK - Update PAC - %s.\n", 1, kURL},
     });
-    auto file = root.writeStore(store.File());
-
-    ExpectRun(root, "-u", {"Same", "SameFile", "OtherFile", "NoSlash", "OffSame", "OffOther", "NoURL", "Empty"},
-              "- PAC is ready for Orbel - Same.\n"
-              "OK - Update PAC - SameFile.\n"
-              "- PAC is ready for Orbel - OtherFile.\n"
-              "- PAC is ready for Orbel - NoSlash.\n"
-              "- PAC URL is already set - OffSame.\n"
-              "OK - Update PAC - OffSame.\n"
-              "- PAC URL is already set - OffOther.\n"
-              "OK - Update PAC - OffOther.\n"
-              "OK - Update PAC - NoURL.\n"
-              "OK - Update PAC - Empty.\n");
-    for (const char* id : {"SameFile", "OffSame", "NoURL", "Empty"}) SetPAC(store, id, 1, kURL);
-    SetPAC(store, "OffOther", 1, "http://old.example.com/other.pac");
-    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
-}
-
-TEST(PACURLTest, NothingToDoLeavesTheFileUntouched) {
-    for (const char* option : {"-f", "-u"}) {
-        SCOPED_TRACE(option);
-        TempRoot root;
-        auto file = root.writeStore(MakeStore({{"A", PAC(1, kURL)}}).File());
-        FileStamp before = FileStamp::Take(file);
-        ExpectRun(root, option, {"A"},
-                  option[1] == 'f' ? "- PAC is already set - A.\n" : "- PAC is ready for Orbel - A.\n");
-        EXPECT_TRUE(FileStamp::Read(file) == before);
-    }
 }
 
 }  // namespace

@@ -60,71 +60,65 @@ TEST(SwitchCommandsTest, DisablePACSwitchesEachServiceThatHasTheSetting) {
     EXPECT_EQ(TempRoot::ReadFile(file), store.File());
 }
 
-TEST(SwitchCommandsTest, NothingToSwitchLeavesTheFileUntouched) {
-    TempRoot root;
-    auto file = root.writeStore(MakeStore({{"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("h")},
-                                                      {"ProxyAutoConfigEnable", Int(1)},
-                                                      {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
-                                           {"B", Dict()}})
-                                    .File());
-    FileStamp before = FileStamp::Take(file);
-    ToolRun run = RunTool(root, {"-e"});
-    EXPECT_TRUE(run.exitedWithZero);
-    EXPECT_EQ(run.out,
-              "- Http Proxy is already disabled - A.\n- Http Proxy does not exist - B.\n"
-              "- PAC Enable is already enabled - A.\n- PAC URL does not exist - B.\n");
-    EXPECT_TRUE(FileStamp::Read(file) == before);
-}
-
-std::string ReplaceOnce(std::string text, const std::string& from, const std::string& to) {
-    size_t at = text.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    if (at != std::string::npos) text.replace(at, from.size(), to);
-    return text;
-}
-
-// Stores saved by real Macs: the saved file differs from the original only
-// in the switched value.
-TEST(SwitchCommandsTest, RealXMLStoresKeepTheirFormat) {
-    struct Case {
-        const char* store;
-        const char* option;
-        const char* line;  // one line of what the run prints
-        const char* flag;  // the flag switched from 1 to 0
-    } cases[] = {
-        {"imac-ethernet-pac.plist", "-d", "OK - Disable PAC - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n",
-         "ProxyAutoConfigEnable"},
-        {"macbook-air-http-proxy-ppp.plist", "-e", "OK - Disable Http Proxy - 622D9F75-98F0-4AF1-8FFC-C5A27462B0B6.\n",
-         "HTTPEnable"},
+// A run that finds everything as wanted neither saves nor applies.
+TEST(SwitchCommandsTest, NothingToDoLeavesTheFileUntouched) {
+    const std::pair<std::vector<std::string>, const char*> runs[] = {
+        {{"-e"}, "- PAC Enable is already enabled - A.\n"},
+        {{"-f", "http://w/p.pac"}, "- PAC is already set - A.\n"},
+        {{"-u", "http://w/p.pac"}, "- PAC is ready for Orbel - A.\n"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.store);
+    for (const auto& [args, pacLine] : runs) {
+        SCOPED_TRACE(args[0]);
         TempRoot root;
-        auto file = root.installStore(c.store);
-        std::string original = TempRoot::ReadFile(file);
-        ToolRun run = RunTool(root, {c.option});
-        EXPECT_TRUE(run.exitedWithZero);
-        EXPECT_NE(run.out.find(c.line), std::string::npos) << run.out;
-        std::string key = std::string("<key>") + c.flag + "</key>\n\t\t\t\t<integer>";
-        EXPECT_EQ(TempRoot::ReadFile(file), ReplaceOnce(original, key + "1", key + "0"));
+        auto file = root.writeStore(MakeStore({{"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("h")},
+                                                          {"ProxyAutoConfigEnable", Int(1)},
+                                                          {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})}})
+                                        .File());
+        std::string before = Stamp(file, true);
+        ToolRun run = RunTool(root, args);
+        EXPECT_EQ(run.out, std::string("- Http Proxy is already disabled - A.\n") + pacLine);
+        EXPECT_EQ(Stamp(file), before);
+        EXPECT_FALSE(Applied(root));
     }
 }
 
-TEST(SwitchCommandsTest, BinaryStoreStaysBinary) {
-    TempRoot root;
-    auto file = root.installStore("ios-binary.plist");
-    ToolRun run = RunTool(root, {"-f", "http://wpad.example.com/proxy.pac"});
-    EXPECT_TRUE(run.exitedWithZero);
-    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 4);
-    EXPECT_NE(run.out.find("OK - Force PAC - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE.\n"), std::string::npos);
-    EXPECT_EQ(TempRoot::ReadFile(file).substr(0, 8), "bplist00");
-
-    run = RunTool(root, {"-p"});
-    EXPECT_EQ(run.out,
-              "PACEnable : 1 - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE\n"
-              "PACURL : http://wpad.example.com/proxy.pac - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE\n"
-              "PACEnable : 1 - DB914B7E-ED15-483C-9FD8-82A614874711\n"
-              "PACURL : http://wpad.example.com/proxy.pac - DB914B7E-ED15-483C-9FD8-82A614874711\n");
+// Stores saved by real Macs keep their format: an XML store differs
+// afterwards only in the switched flag, a binary one stays binary and reads
+// back as written.
+TEST(SwitchCommandsTest, RealStoresKeepTheirFormat) {
+    struct Row {
+        const char* store;
+        std::vector<std::string> args;
+        const char* line;  // one line of what the run prints
+        const char* flag;  // the flag switched from 1 to 0 in an XML store
+    } rows[] = {
+        {"imac-ethernet-pac.plist", {"-d"}, "OK - Disable PAC - 1838D499-D1F7-4102-909F-EDFB6C16897B.\n",
+         "ProxyAutoConfigEnable"},
+        {"macbook-air-http-proxy-ppp.plist", {"-e"}, "OK - Disable Http Proxy - 622D9F75-98F0-4AF1-8FFC-C5A27462B0B6.\n",
+         "HTTPEnable"},
+        {"ios-binary.plist", {"-f", "http://wpad.example.com/proxy.pac"},
+         "OK - Force PAC - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE.\n", nullptr},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.store);
+        TempRoot root;
+        auto file = root.installStore(row.store);
+        std::string original = TempRoot::ReadFile(file);
+        ToolRun run = RunTool(root, row.args);
+        EXPECT_TRUE(run.exitedWithZero);
+        EXPECT_NE(run.out.find(row.line), std::string::npos) << run.out;
+        if (row.flag != nullptr) {
+            std::string key = std::string("<key>") + row.flag + "</key>\n\t\t\t\t<integer>";
+            EXPECT_EQ(TempRoot::ReadFile(file), Edited(original, key + "1", key + "0"));
+        } else {
+            EXPECT_EQ(TempRoot::ReadFile(file).substr(0, 8), "bplist00");
+            EXPECT_EQ(RunTool(root, {"-p"}).out,
+                      "PACEnable : 1 - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE\n"
+                      "PACURL : http://wpad.example.com/proxy.pac - DEADBEEF-BABE-CAFE-FACE-DEADFEEDFACE\n"
+                      "PACEnable : 1 - DB914B7E-ED15-483C-9FD8-82A614874711\n"
+                      "PACURL : http://wpad.example.com/proxy.pac - DB914B7E-ED15-483C-9FD8-82A614874711\n");
+        }
+    }
 }
 
 }  // namespace

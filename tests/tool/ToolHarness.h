@@ -9,11 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "support/BoundedWait.h"
 #include "support/TempRoot.h"
 
 extern char** environ;
@@ -25,7 +28,8 @@ struct ToolRun {
 };
 
 // Runs Tarnwick with args; TARNWICK_ROOT is the temporary root (TempRoot
-// sets it in this process's environment, which the child inherits).
+// sets it in this process's environment, which the child inherits). A run
+// that does not end within the wait is killed and fails the test.
 inline ToolRun RunTool(const TempRoot& root, const std::vector<std::string>& args) {
     std::string outPath = (root.path() / "tool.stdout").string();
     std::string errPath = (root.path() / "tool.stderr").string();
@@ -41,8 +45,11 @@ inline ToolRun RunTool(const TempRoot& root, const std::vector<std::string>& arg
     pid_t pid = 0;
     if (posix_spawn(&pid, TARNWICK_EXECUTABLE, &actions, nullptr, argv.data(), environ) == 0) {
         int status = 0;
-        waitpid(pid, &status, 0);
-        run.exitedWithZero = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        if (WaitForChild(pid, &status)) {
+            run.exitedWithZero = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        } else {
+            ADD_FAILURE() << "Tarnwick " << (args.empty() ? "" : args[0]) << " did not finish and was killed";
+        }
     }
     posix_spawn_file_actions_destroy(&actions);
     run.out = TempRoot::ReadFile(outPath);
@@ -50,35 +57,29 @@ inline ToolRun RunTool(const TempRoot& root, const std::vector<std::string>& arg
     return run;
 }
 
-// Identity of a file's contents on disk: any rewrite changes the inode (an
-// atomic save renames a new file over it) or the modification time.
-struct FileStamp {
-    ino_t inode = 0;
-    timespec mtime{};
-    std::string bytes;
+// What identifies a file's contents on disk: any rewrite changes the inode
+// (an atomic save renames a new file over it) or the modification time.
+// Backdating the file first makes a rewrite within the same clock tick show.
+inline std::string Stamp(const std::filesystem::path& file, bool backdate = false) {
+    timespec old[2] = {{1000000000, 0}, {1000000000, 0}};
+    if (backdate) utimensat(AT_FDCWD, file.c_str(), old, 0);
+    struct stat info {};
+    if (stat(file.c_str(), &info) != 0) return "(no file)";
+    return std::to_string(info.st_ino) + " " + std::to_string(info.st_mtim.tv_sec) + "." +
+           std::to_string(info.st_mtim.tv_nsec) + "\n" + TempRoot::ReadFile(file);
+}
 
-    // Backdates the file first, so that a rewrite within the same clock tick
-    // still shows in the modification time.
-    static FileStamp Take(const std::filesystem::path& file) {
-        timespec old[2] = {{1000000000, 0}, {1000000000, 0}};
-        utimensat(AT_FDCWD, file.c_str(), old, 0);
-        return Read(file);
-    }
-    static FileStamp Read(const std::filesystem::path& file) {
-        FileStamp stamp;
-        struct stat info {};
-        if (stat(file.c_str(), &info) == 0) {
-            stamp.inode = info.st_ino;
-            stamp.mtime = info.st_mtim;
-        }
-        stamp.bytes = TempRoot::ReadFile(file);
-        return stamp;
-    }
-    bool operator==(const FileStamp& other) const {
-        return inode == other.inode && mtime.tv_sec == other.mtime.tv_sec &&
-               mtime.tv_nsec == other.mtime.tv_nsec && bytes == other.bytes;
-    }
-};
+// Whether a save was applied: the running system's copy exists.
+inline bool Applied(const TempRoot& root) {
+    return std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist");
+}
+
+// Replaces the one occurrence of from in text.
+inline std::string Edited(std::string text, const std::string& from, const std::string& to) {
+    size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.replace(at, from.size(), to);
+}
 
 // A property-list value written as macOS writes it.
 struct Node {
