@@ -19,3 +19,4 @@
 #include "netconfig/MoreSCServices.h"
 #include "netconfig/MoreSCEntities.h"
 #include "netconfig/MoreSCDelete.h"
+#include "netconfig/MoreSCCreate.h"

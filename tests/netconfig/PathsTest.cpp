@@ -1,4 +1,4 @@
-#include "netconfig/MoreSCPaths.h"
+#include "netconfig/MoreSCPathsInternal.h"
 
 #include <functional>
 

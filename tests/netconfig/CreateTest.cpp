@@ -1,0 +1,261 @@
+#include <algorithm>
+#include <climits>
+#include <filesystem>
+#include <map>
+#include <numeric>
+
+#include "netconfig/MoreSCCreate.h"
+#include "netconfig/MoreSCCreateInternal.h"
+#include "netconfig/MoreSCEntities.h"
+#include "netconfig/MoreSCServices.h"
+#include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSets.h"
+#include "netconfig/StoreFixture.h"
+#include "support/SystemVersion.h"
+
+namespace {
+
+using Create = StoreTest;
+using PortEntries = std::vector<std::pair<std::string, std::string>>;
+
+const PortEntries kEthernetPort = {{"UserDefinedName", "Built-in Ethernet"}, {"Hardware", "Ethernet"},
+                                   {"Type", "Ethernet"}, {"DeviceName", "en0"}, {"MACAddress", "00:0a:95:9d:68:16"}};
+
+CFRef<CFStringRef> String(const std::string& text) {
+    return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+}
+
+// A port dictionary as the port scanner describes a port.
+CFRef<CFDictionaryRef> Port(const PortEntries& entries) {
+    CFRef<CFMutableDictionaryRef> port(
+        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    for (const auto& [key, value] : entries) CFDictionarySetValue(port.get(), String(key).get(), String(value).get());
+    return CFRef<CFDictionaryRef>(port.release());
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+    return text.replace(text.find(from), from.size(), to);
+}
+
+// The two-set store without the service no set links to, so that a
+// rolled-back change leaves nothing else to collect.
+const std::string kLinkedStore =
+    Replaced(kTwoSetStore, "<key>5</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>", "");
+
+// The service's keys, sorted; an entity is marked "-" when inactive and
+// followed by the value it is checked for, any other value follows its key.
+std::string Describe(CFDictionaryRef service) {
+    const std::map<std::string, const char*> checked = {
+        {"IPv4", "ConfigMethod"}, {"Proxies", "FTPPassive"},   {"Interface", "SubType"},
+        {"AirPort", "MACAddress"}, {"Ethernet", "MACAddress"}, {"Modem", "ConnectionScript"}};
+    std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(service)));
+    CFDictionaryGetKeysAndValues(service, keys.data(), nullptr);
+    std::vector<std::string> parts;
+    for (const void* key : keys) {
+        std::string part = Text(key);
+        CFTypeRef value = CFDictionaryGetValue(service, key);
+        if (CFGetTypeID(value) == CFDictionaryGetTypeID()) {
+            auto entity = static_cast<CFDictionaryRef>(value);
+            if (CFDictionaryContainsKey(entity, CFSTR("__INACTIVE__"))) part += "-";
+            auto check = checked.find(Text(key));
+            value = check == checked.end() ? nullptr : CFDictionaryGetValue(entity, String(check->second).get());
+        }
+        if (value != nullptr) part += "=" + Text(CFRef<CFStringRef>(CFCopyDescription(value)).get());
+        parts.push_back(part);
+    }
+    std::sort(parts.begin(), parts.end());
+    return std::accumulate(parts.begin(), parts.end(), std::string(), [](auto a, auto b) { return a + b + " "; });
+}
+
+// The set's service IDs in order; every service is linked under its own ID.
+std::vector<std::string> Order(CFStringRef setID) {
+    CFRef<CFArrayRef> local;
+    CFRef<CFArrayRef> resolved;
+    EXPECT_EQ(MoreSCCopyServiceIDs(setID, local.out(), resolved.out()), noErr);
+    EXPECT_EQ(Texts(local.get()), Texts(resolved.get()));
+    return Texts(local.get());
+}
+
+TEST_F(Create, NewIDIsOneMoreThanTheLargestNumericKey) {
+    const std::pair<std::vector<std::string>, std::string> rows[] = {  // the keys under "Sets", the new ID
+        {{"0", "1", "7", "Foo"}, "8"},
+        {{"007", "5"}, "8"},
+        {{"5", "12abc", "99999999999"}, "6"},           // trailing text, beyond 32 bits
+        {{"000000000000005", "0000000000000009"}, "6"},  // 15 characters count, 16 do not
+        {{"-5", "+6", " 7", "Foo"}, "-2147483647"},      // no leading digit: nothing counts
+        {{}, "-2147483647"},                             // no "Sets" yet
+        {{"2147483646"}, "2147483647"},
+        {{"-2147483647", "-2147483646"}, "-2147483645"},  // taken IDs are stepped over
+    };
+    for (const auto& [keys, expected] : rows) {
+        std::string sets = keys.empty() ? "" : "<key>Sets</key><dict>";
+        for (const std::string& key : keys) sets += "<key>" + key + "</key><dict/>";
+        root_.writeStore(R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict>)" + sets +
+                         (keys.empty() ? "" : "</dict>") + "</dict></plist>");
+        OSStatus err = MoreSCOpen(false, false);
+        CFRef<CFStringRef> id, path;
+        EXPECT_EQ(MakeNewSeAndCopyIDAndPath(CFSTR("Sets"), id.out(), path.out()), noErr);
+        EXPECT_EQ(Text(id.get()), expected);
+        MoreSCClose(&err, false);
+    }
+}
+
+TEST_F(Create, NewServiceEntitiesFollowThePortAndTheSystemVersion) {
+    const PortEntries airPort = {{"UserDefinedName", "AirPort"}, {"Hardware", "AirPort"}, {"Type", "Ethernet"},
+                                 {"DeviceName", "en1"}, {"MACAddress", "00:0d:93:4e:5f:60"}};
+    const PortEntries modem = {{"UserDefinedName", "Modem"}, {"Hardware", "Modem"}, {"Type", "PPP"},
+                               {"SubType", "PPPSerial"}, {"DeviceName", "modem"}, {"HardwareVariant", "Internal"}};
+    PortEntries pppoe = kEthernetPort;
+    pppoe[2].second = "PPP";
+    pppoe.emplace_back("SubType", "PPPoE");  // not kept for a port with a MAC address
+    const std::string ethernet = "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=";
+    const std::string wireless = "AirPort=00:0d:93:4e:5f:60 AppleTalk- DNS IPv4=DHCP Interface PPP- Proxies=0 ";
+    const std::string dialUp = "DNS IPv4=PPP Interface=PPPSerial Modem=";
+    // The system version (nullptr: unknown), the port, whether modem scripts are installed, the service.
+    const struct { const char* version; PortEntries port; bool scripts; std::string expected; } rows[] = {
+        {"10.2", kEthernetPort, false, ethernet + "1 UserDefinedName=Built-in Ethernet "},
+        {"10.1.3", pppoe, false, ethernet + "0 UserDefinedName=Built-in Ethernet "},
+        {nullptr, airPort, false, wireless + "UserDefinedName=AirPort "},
+        {"10.4.11", modem, true, dialUp + "Apple Internal 56K Modem (v.90) PPP Proxies=1 UserDefinedName=Modem "},
+        {"10.4.11", modem, false, dialUp + " PPP Proxies=1 UserDefinedName=Modem "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.expected);
+        root_.writeStore(kTwoSetStore);
+        std::filesystem::remove_all(root_.path() / "System");
+        if (row.version != nullptr) InstallSystemVersion(root_, row.version);
+        for (const char* script : {"Apple Internal 56K Modem (v.90)", "56K Generic Modem"}) {
+            if (row.scripts) root_.write(std::string("/System/Library/Modem Scripts/") + script, "");
+        }
+        CFRef<CFStringRef> id;
+        testing::internal::CaptureStderr();  // the IPv4 builder warns about manual addresses of zero
+        EXPECT_EQ(MoreSCNewService(nullptr, Port(row.port).get(), id.out()), noErr);
+        testing::internal::GetCapturedStderr();
+        EXPECT_EQ(Text(id.get()), "6");
+        EXPECT_EQ(Order(CFSTR("0")), (std::vector<std::string>{"3", "1", "2", "6"}));
+        EXPECT_EQ(Describe(Saved("/NetworkServices/6").get()), row.expected);
+    }
+}
+
+// Expects every entry of before in after, unchanged, except under skipKey.
+void ExpectKept(CFDictionaryRef before, CFDictionaryRef after, CFStringRef skipKey) {
+    std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(before)));
+    CFDictionaryGetKeysAndValues(before, keys.data(), nullptr);
+    for (const void* key : keys) {
+        const void* kept = CFDictionaryGetValue(after, key);
+        bool skipped = skipKey != nullptr && CFEqual(key, skipKey);
+        EXPECT_TRUE(skipped || (kept && CFEqual(CFDictionaryGetValue(before, key), kept))) << Text(key);
+    }
+}
+
+TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
+    PortEntries badMAC = kEthernetPort;
+    badMAC.back().second = "00:0a:95";
+    auto real = [](const char* name) { return TempRoot::ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / name); };
+    const struct { std::string store; int firstServiceID; std::string setCopyID; } rows[] = {
+        {kLinkedStore, 5, "2"},
+        {real("imac-ethernet-pac.plist"), INT_MIN + 1, "-2147483647"},  // no numeric IDs
+        {real("macbook-air-http-proxy-ppp.plist"), INT_MIN + 1, "-2147483647"},
+        {real("ios-binary.plist"), INT_MIN + 1, "-2147483647"},
+    };
+    auto saved = [this](const std::string& path) { return Saved(path.c_str()); };
+    auto name = [&](const std::string& path) {
+        return Text(CFDictionaryGetValue(saved(path).get(), CFSTR("UserDefinedName")));
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        root_.writeStore(row.store);
+        const std::string before = FileText();
+        CFRef<CFDictionaryRef> sets = Saved("/Sets"), services = Saved("/NetworkServices");
+        CFRef<CFStringRef> current, failed, added, setCopy, serviceCopy;
+        ASSERT_EQ(MoreSCCopyCurrentSet(current.out()), noErr);
+        std::vector<std::string> order = Order(current.get());
+
+        EXPECT_EQ(MoreSCNewService(current.get(), Port(badMAC).get(), failed.out()), -1);
+        EXPECT_EQ(FileText(), before);
+        ASSERT_EQ(MoreSCNewService(current.get(), Port(kEthernetPort).get(), added.out()), noErr);
+        ASSERT_EQ(MoreSCDuplicateSet(current.get(), CFSTR("Copy"), setCopy.out()), noErr);
+        ASSERT_EQ(MoreSCDuplicateService(setCopy.get(), String(order[0]).get(), CFSTR("Renamed"), serviceCopy.out()),
+                  noErr);
+
+        // Each new service ID is one more than the one before.
+        order.push_back(std::to_string(row.firstServiceID));
+        EXPECT_EQ(Text(added.get()), order.back());
+        EXPECT_EQ(Order(current.get()), order);
+        EXPECT_EQ(Text(setCopy.get()), row.setCopyID);
+        const std::vector<std::string> copies = Order(setCopy.get());
+        ASSERT_EQ(copies.size(), order.size() + 1);
+        for (std::size_t i = 0; i < order.size(); i++) {
+            EXPECT_EQ(copies[i], std::to_string(row.firstServiceID + 1 + static_cast<int>(i)));
+            EXPECT_TRUE(
+                CFEqual(saved("/NetworkServices/" + order[i]).get(), saved("/NetworkServices/" + copies[i]).get()));
+        }
+        EXPECT_EQ(copies.back(), Text(serviceCopy.get()));
+        EXPECT_EQ(name("/NetworkServices/" + copies.back()), "Renamed");
+        EXPECT_EQ(name("/Sets/" + row.setCopyID), "Copy");
+
+        // Changing a copy leaves its original as it was.
+        CFRef<CFDictionaryRef> empty(CFDictionaryCreate(nullptr, nullptr, nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                        &kCFTypeDictionaryValueCallBacks));
+        EXPECT_EQ(MoreSCSetEntitiesDict(setCopy.get(), String(copies[0]).get(), empty.get()), noErr);
+        ExpectKept(services.get(), Saved("/NetworkServices").get(), nullptr);
+        ExpectKept(sets.get(), Saved("/Sets").get(), current.get());
+    }
+}
+
+TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
+    // "NetworkServices" holds value; the services move aside.
+    auto services = [](const std::string& value) {
+        return Replaced(kLinkedStore, "<key>NetworkServices</key><dict>",
+                        "<key>NetworkServices</key>" + value + "<key>Aside</key><dict>");
+    };
+    // Set 0 also lists service 7, whose link points at nothing.
+    const std::string link = "<key>__LINK__</key><string>/NetworkServices/";
+    const std::string dangling = Replaced(Replaced(kLinkedStore, "<key>3</key><dict>" + link + "3</string></dict>",
+                                                   "<key>3</key><dict>" + link + "3</string></dict><key>7</key><dict>" +
+                                                       link + "9</string></dict>"),
+                                          "<string>2</string></array>", "<string>2</string><string>7</string></array>");
+    PortEntries badMAC = kEthernetPort, noDevice = kEthernetPort;
+    badMAC.back().second = "00:0a:95";
+    noDevice.erase(noDevice.begin() + 3);
+    // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service), its arguments.
+    const struct { std::string store; char operation; CFStringRef setID, serviceID; PortEntries port; OSStatus status; }
+        rows[] = {
+        {kLinkedStore, 'n', CFSTR("9"), nullptr, kEthernetPort, kSCStatusNoKey},
+        {kLinkedStore, 'n', CFSTR("0"), nullptr, badMAC, -1},  // after every other entity was added
+        {kLinkedStore, 'n', CFSTR("0"), nullptr, noDevice, paramErr},
+        {services("<dict><key>2147483647</key><dict/></dict>"), 'n', nullptr, nullptr, kEthernetPort, kSCStatusFailed},
+        {services("<string>x</string>"), 'n', nullptr, nullptr, kEthernetPort, kSCStatusFailed},
+        {services("<dict><key>__LINK__</key><integer>5</integer></dict>"), 'n', nullptr, nullptr, kEthernetPort,
+         kSCStatusFailed},
+        {services("<dict><key>__LINK__</key><string>/NetworkServices</string></dict>"), 'n', nullptr, nullptr,
+         kEthernetPort, kSCStatusMaxLink},
+        {kLinkedStore, 's', CFSTR("9"), nullptr, {}, kSCStatusNoKey},
+        {Replaced(kLinkedStore, "ServiceOrder", "Order"), 's', CFSTR("0"), nullptr, {}, coreFoundationUnknownErr},
+        {dangling, 's', CFSTR("0"), nullptr, {}, kSCStatusNoKey},  // after three copies were made
+        {Replaced(kLinkedStore, "<key>Sets</key><dict>", "<key>Sets</key><dict><key>2147483647</key><dict/>"), 's',
+         CFSTR("0"), nullptr, {}, kSCStatusFailed},
+        {kLinkedStore, 'v', CFSTR("0"), CFSTR("9"), {}, kSCStatusNoKey},
+        {kLinkedStore, 'v', CFSTR("9"), CFSTR("1"), {}, kSCStatusNoKey},  // copied, then no set to join
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        root_.writeStore(row.store);
+        const std::string before = FileText();
+        CFRef<CFStringRef> id;
+        // Inside a session that asks to save, whatever the failed operation
+        // left behind would reach the file.
+        testing::internal::CaptureStderr();
+        OSStatus outer = MoreSCOpen(false, false);
+        EXPECT_EQ(row.operation == 'n'   ? MoreSCNewService(row.setID, Port(row.port).get(), id.out())
+                  : row.operation == 's' ? MoreSCDuplicateSet(row.setID, CFSTR("Copy"), id.out())
+                                         : MoreSCDuplicateService(row.setID, row.serviceID, CFSTR("Copy"), id.out()),
+                  row.status);
+        MoreSCClose(&outer, true);
+        testing::internal::GetCapturedStderr();
+        EXPECT_EQ(id.get(), nullptr);
+        EXPECT_EQ(FileText(), before);
+    }
+}
+
+}  // namespace
