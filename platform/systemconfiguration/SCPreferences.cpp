@@ -9,6 +9,7 @@
 
 #include "platform/posix/AtomicFile.h"
 #include "platform/posix/RootPath.h"
+#include "platform/systemconfiguration/SCDynamicStoreInternal.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
 #include "platform/systemconfiguration/SCPreferencesTesting.h"
 
@@ -242,6 +243,9 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     }
     if (status == kSCStatusOK && !WriteFileAtomically(applied, bytes, &fault, &error)) status = kSCStatusFailed;
     if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
+    // The live state store takes its "Setup:" keys from the same committed
+    // tree, numbered so that every apply can be seen in order.
+    if (status == kSCStatusOK) status = SCDynamicStorePublishPreferences(prefs->file, prefs->saved.get());
     return Finish(status);
 }
 
