@@ -19,3 +19,6 @@
 #include "netconfig/MoreSCServices.h"
 #include "netconfig/MoreSCEntities.h"
 #include "netconfig/MoreSCDelete.h"
+#include "helpers/MoreSCAppleTalk.h"
+#include "helpers/MoreSCDHCP.h"
+#include "helpers/MoreSCFindSet.h"

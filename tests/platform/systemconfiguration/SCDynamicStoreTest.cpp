@@ -3,6 +3,7 @@
 // and only when committed, and states that cannot be read.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -177,6 +178,16 @@ TEST_F(SCDynamicStoreTest, EachCommittedApplyOfTheSystemStoreIsPublishedWithTheN
     Apply("/NetworkServices/S1/IPv4", inactive.get(), true, CFSTR("other.plist"));
     EXPECT_EQ(Method(store.get(), "S3"), "Manual");
     EXPECT_EQ(SCDynamicStoreGetGenerationForTesting(store.get()), 2);
+
+    // A state replaced by one of the same size and time is still seen.
+    struct stat first = {};
+    ASSERT_EQ(::stat(PublishedFile().c_str(), &first), 0);
+    CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(kCFAllocatorDefault, CFSTR("test"), nil));
+    ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
+    const struct timespec times[2] = {first.st_atim, first.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, PublishedFile().c_str(), times, 0), 0);
+    EXPECT_EQ(Method(store.get(), "S3"), "Manual");
+    EXPECT_EQ(SCDynamicStoreGetGenerationForTesting(store.get()), 3);
 
     // Published state wins over the store on disk from now on.
     root.writeStore(kStore);
