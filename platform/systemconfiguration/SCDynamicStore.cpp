@@ -163,8 +163,9 @@ struct __SCDynamicStore : __CFRuntimeBase {
     // Brings the state up to date; kSCStatusOK, or the status of a state
     // that cannot be read (the last good state is kept).
     int refresh() {
-        const std::string published = SCDynamicStorePublishedFile();
-        for (const std::string& file : {published, SCDynamicStoreSystemPreferencesFile()}) {
+        const std::string applied = SCDynamicStoreSystemAppliedFile();
+        // Before the first apply, the daemon shows the store as it is on disk.
+        for (const std::string& file : {applied, SCDynamicStoreSystemPreferencesFile()}) {
             // Not blocking: a pipe put where the file belongs must not hang us.
             Descriptor fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
             if (fd.get() < 0) {
@@ -180,20 +181,11 @@ struct __SCDynamicStore : __CFRuntimeBase {
             int error = 0;
             if (!ReadAll(fd.get(), &bytes, &error)) return complain(file, std::strerror(error), StatusForFileError(error));
             std::string fault;
-            SInt64 newGeneration = 0;
-            CFRef<CFDictionaryRef> keys;
-            if (file == published) {
-                if (!SCDynamicStoreParsePublished(bytes, &newGeneration, keys.out(), &fault)) {
-                    return complain(file, fault, kSCStatusFailed);
-                }
-            } else {
-                // Nothing applied yet: the daemon's view is the store on disk.
-                PropertyListFormat format = PropertyListFormat::XML;
-                CFRef<CFMutableDictionaryRef> preferences(PropertyListCreateFromFileBytes(bytes, &format, &fault));
-                if (!preferences) return complain(file, fault, kSCStatusFailed);
-                keys.reset(SCDynamicStoreCreateSetupKeys(preferences.get()));
-            }
-            take(file, &fd, info, newGeneration, keys.get());
+            PropertyListFormat format = PropertyListFormat::XML;
+            CFRef<CFMutableDictionaryRef> preferences(PropertyListCreateFromFileBytes(bytes, &format, &fault));
+            if (!preferences) return complain(file, fault, kSCStatusFailed);
+            CFRef<CFDictionaryRef> keys(SCDynamicStoreCreateSetupKeys(preferences.get()));
+            take(file, &fd, info, file == applied ? SCDynamicStoreGenerationOfBytes(bytes) : 0, keys.get());
             return kSCStatusOK;
         }
         // Neither file: the daemon starts with an empty configuration.

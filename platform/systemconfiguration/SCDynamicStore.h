@@ -4,7 +4,7 @@
 //
 // The "Setup:" domain holds the configuration last applied
 // (SCPreferencesApplyChanges on the system's preferences store), which is
-// published at $TARNWICK_ROOT/var/run/SystemConfiguration/dynamic-store.plist
+// published at $TARNWICK_ROOT/var/run/SystemConfiguration/preferences.plist
 // together with a generation number that every apply raises by one. Before
 // the first apply it holds the preferences store as it is on disk, as the
 // daemon publishes it when it starts (generation 0); without a store file it

@@ -1,20 +1,21 @@
 // The two halves of the live state store meet here: the preferences store's
-// apply publishes the "Setup:" domain, and store handles read it back.
+// apply publishes the committed configuration, and store handles derive
+// the "Setup:" domain from it.
 //
-// The published state is one binary property list, written atomically:
-// { "Generation" = <integer>, "Keys" = { <key> = <value>, ... } }. Publishers
-// take the lock file beside it, so that generations follow one another
-// without gaps or repeats even when several processes apply at once.
+// An apply writes the committed store as XML to the run-time folder, in one
+// atomic replacement, with a comment after the XML declaration that numbers
+// it: "<!-- generation N -->". Publishers take the lock file beside it
+// (".lock" added), so that generations follow one another without repeats
+// even when several processes apply at once.
 #pragma once
 
 #include <string>
 
 #include "platform/corefoundation/CoreFoundation.h"
 
-// The file a store reads and an apply writes, and the preferences store
-// whose applies are published (the system's default store).
-std::string SCDynamicStorePublishedFile();
+// The system's preferences store, and where its applies are published.
 std::string SCDynamicStoreSystemPreferencesFile();
+std::string SCDynamicStoreSystemAppliedFile();
 
 // The keys and values of the "Setup:" domain for a preferences tree: the
 // current set's active services' active entities and its global entities.
@@ -22,14 +23,11 @@ std::string SCDynamicStoreSystemPreferencesFile();
 // owned dictionary (empty when the tree has no usable current set).
 CFMutableDictionaryRef SCDynamicStoreCreateSetupKeys(CFDictionaryRef preferences);
 
-// Reads a published state from the bytes of its file. On success *keys
-// receives an owned dictionary; on failure returns false with *fault set.
-bool SCDynamicStoreParsePublished(const std::string& bytes, SInt64* generation, CFDictionaryRef* keys,
-                                  std::string* fault);
+// The generation number in the bytes of a published file; 0 when it has
+// none (a file written before numbering began).
+SInt64 SCDynamicStoreGenerationOfBytes(const std::string& bytes);
 
-// Publishes the "Setup:" domain derived from preferences, the committed tree
-// of the store file preferencesFile, with the next generation number. Only
-// the system's store is published: for any other file this does nothing.
-// Returns kSCStatusOK, or a status after one line on standard error; a
-// published state that cannot be read is left as it is.
-int SCDynamicStorePublishPreferences(const std::string& preferencesFile, CFDictionaryRef preferences);
+// Replaces appliedFile with xml (a property list in XML) numbered with the
+// next generation. On failure returns false with *fault set, and leaves the
+// file as it was.
+bool SCDynamicStorePublishApplied(const std::string& appliedFile, const std::string& xml, std::string* fault);

@@ -1,11 +1,9 @@
-// A store for the helper tests, and ways to look at what was saved and
-// what the live state holds.
+// A store for the helper tests, and ways to look at what was saved.
 //
-// Sets, in the store's order: "0" Home (current), "1" Office, "2" Home (no
-// services), "3" Lab. Set 0 orders E, W, X, M, D: E (Ethernet, AppleTalk on,
-// DHCP), W (AppleTalk off, Manual), X (inactive service, AppleTalk on,
-// DHCP), M (modem: no AppleTalk, PPP), D (DHCP). Set 1 orders O (AppleTalk
-// off) then M. Set 3 orders X then W.
+// Sets in the store's order: "0" Home (current) orders E, W, X, M, D; "1"
+// Office orders O, M; "2" Home has no services; "3" Lab orders X, W.
+// AppleTalk: on in E and X, off in W and O, absent elsewhere. X is an
+// inactive service. IPv4 methods: E, X, D DHCP; W Manual; M PPP.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,91 +16,57 @@
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "support/TempRoot.h"
 
-inline const char kHelpersStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict>
-<key>CurrentSet</key><string>/Sets/0</string>
-<key>NetworkServices</key><dict>
-  <key>E</key><dict><key>UserDefinedName</key><string>Ethernet</string>
-    <key>AppleTalk</key><dict><key>ConfigMethod</key><string>Node</string></dict>
-    <key>IPv4</key><dict><key>ConfigMethod</key><string>DHCP</string></dict></dict>
-  <key>W</key><dict><key>UserDefinedName</key><string>Wi-Fi</string>
-    <key>AppleTalk</key><dict><key>ConfigMethod</key><string>Node</string><key>__INACTIVE__</key><integer>1</integer></dict>
-    <key>IPv4</key><dict><key>ConfigMethod</key><string>Manual</string></dict></dict>
-  <key>X</key><dict><key>UserDefinedName</key><string>Spare</string><key>__INACTIVE__</key><integer>1</integer>
-    <key>AppleTalk</key><dict><key>ConfigMethod</key><string>Node</string></dict>
-    <key>IPv4</key><dict><key>ConfigMethod</key><string>DHCP</string></dict></dict>
-  <key>M</key><dict><key>UserDefinedName</key><string>Modem</string>
-    <key>IPv4</key><dict><key>ConfigMethod</key><string>PPP</string></dict></dict>
-  <key>D</key><dict><key>UserDefinedName</key><string>Dock</string>
-    <key>IPv4</key><dict><key>ConfigMethod</key><string>DHCP</string></dict></dict>
-  <key>O</key><dict><key>UserDefinedName</key><string>Office LAN</string>
-    <key>AppleTalk</key><dict><key>__INACTIVE__</key><integer>1</integer></dict></dict>
-</dict>
-<key>Sets</key><dict>
-  <key>0</key><dict><key>UserDefinedName</key><string>Home</string><key>Network</key><dict>
-    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
-      <array><string>E</string><string>W</string><string>X</string><string>M</string><string>D</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>E</key><dict><key>__LINK__</key><string>/NetworkServices/E</string></dict>
-      <key>W</key><dict><key>__LINK__</key><string>/NetworkServices/W</string></dict>
-      <key>X</key><dict><key>__LINK__</key><string>/NetworkServices/X</string></dict>
-      <key>M</key><dict><key>__LINK__</key><string>/NetworkServices/M</string></dict>
-      <key>D</key><dict><key>__LINK__</key><string>/NetworkServices/D</string></dict>
-    </dict></dict></dict>
-  <key>1</key><dict><key>UserDefinedName</key><string>Office</string><key>Network</key><dict>
-    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
-      <array><string>O</string><string>M</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>O</key><dict><key>__LINK__</key><string>/NetworkServices/O</string></dict>
-      <key>M</key><dict><key>__LINK__</key><string>/NetworkServices/M</string></dict>
-    </dict></dict></dict>
-  <key>2</key><dict><key>UserDefinedName</key><string>Home</string><key>Network</key><dict>
-    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key><array/></dict></dict>
-    <key>Service</key><dict/></dict></dict>
-  <key>3</key><dict><key>UserDefinedName</key><string>Lab</string><key>Network</key><dict>
-    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
-      <array><string>X</string><string>W</string></array></dict></dict>
-    <key>Service</key><dict>
-      <key>X</key><dict><key>__LINK__</key><string>/NetworkServices/X</string></dict>
-      <key>W</key><dict><key>__LINK__</key><string>/NetworkServices/W</string></dict>
-    </dict></dict></dict>
-</dict>
-</dict></plist>
-)";
+// A set dictionary named name ("": no name) linking services in order.
+inline std::string SetXML(const std::string& name, const std::vector<std::string>& services) {
+    std::string order, links;
+    for (const std::string& id : services) {
+        order += "<string>" + id + "</string>";
+        links += "<key>" + id + "</key><dict><key>__LINK__</key><string>/NetworkServices/" + id + "</string></dict>";
+    }
+    return "<dict>" + (name.empty() ? "" : "<key>UserDefinedName</key><string>" + name + "</string>") +
+           "<key>Network</key><dict><key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key><array>" + order +
+           "</array></dict></dict><key>Service</key><dict>" + links + "</dict></dict></dict>\n";
+}
+
+inline std::string HelpersStoreXML(const std::string& officeName = "Office") {
+    const std::string off = "<dict><key>__INACTIVE__</key><integer>1</integer></dict>";
+    auto ipv4 = [](const char* method) {
+        return std::string("<key>IPv4</key><dict><key>ConfigMethod</key><string>") + method + "</string></dict>";
+    };
+    return R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict>
+<key>CurrentSet</key><string>/Sets/0</string><key>NetworkServices</key><dict>
+<key>E</key><dict><key>AppleTalk</key><dict/>)" + ipv4("DHCP") + R"(</dict>
+<key>W</key><dict><key>AppleTalk</key>)" + off + ipv4("Manual") + R"(</dict>
+<key>X</key><dict><key>__INACTIVE__</key><integer>1</integer><key>AppleTalk</key><dict/>)" + ipv4("DHCP") + R"(</dict>
+<key>M</key><dict>)" + ipv4("PPP") + "</dict><key>D</key><dict>" + ipv4("DHCP") + R"(</dict>
+<key>O</key><dict><key>AppleTalk</key>)" + off + "</dict></dict>\n<key>Sets</key><dict><key>0</key>" +
+           SetXML("Home", {"E", "W", "X", "M", "D"}) + "<key>1</key>" + SetXML(officeName, {"O", "M"}) +
+           "<key>2</key>" + SetXML("Home", {}) + "<key>3</key>" + SetXML("Lab", {"X", "W"}) + "</dict></dict></plist>\n";
+}
 
 inline std::string Text(CFTypeRef string) {
     char buffer[256];
     if (string == nullptr) return "(nil)";
-    if (CFGetTypeID(string) != CFStringGetTypeID()) return "(not a string)";
     return CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8)
                ? buffer
                : "(unreadable)";
 }
 
-inline std::vector<std::string> Texts(CFArrayRef array) {
-    std::vector<std::string> texts;
-    for (CFIndex i = 0; array != nullptr && i < CFArrayGetCount(array); i++) {
-        texts.push_back(Text(CFArrayGetValueAtIndex(array, i)));
-    }
-    return texts;
-}
-
 class HelpersTest : public testing::Test {
 protected:
-    void SetUp() override { root_.writeStore(kHelpersStore); }
+    void SetUp() override { root_.writeStore(HelpersStoreXML()); }
 
     std::string FileText() const { return TempRoot::ReadFile(root_.storePath()); }
 
-    // The dictionary at path in the store as saved on disk, or nil.
-    CFRef<CFDictionaryRef> Saved(const char* path) const {
+    // The dictionary at path in the store as saved, or nil.
+    CFRef<CFDictionaryRef> Saved(const std::string& path) const {
         CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(nullptr, CFSTR("test"), nullptr));
-        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path, kCFStringEncodingUTF8));
-        if (!prefs) return CFRef<CFDictionaryRef>();
-        return CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), cfPath.get()));
+        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path.c_str(), kCFStringEncodingUTF8));
+        return CFRef<CFDictionaryRef>::Retain(prefs ? SCPreferencesPathGetValue(prefs.get(), cfPath.get()) : nullptr);
     }
 
     // Whether the entity at path is saved and carries no inactive marker.
-    bool SavedActive(const char* path) const {
+    bool SavedActive(const std::string& path) const {
         CFRef<CFDictionaryRef> entity = Saved(path);
         return entity && !CFDictionaryContainsKey(entity.get(), CFSTR("__INACTIVE__"));
     }
