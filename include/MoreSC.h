@@ -20,3 +20,6 @@
 #include "netconfig/MoreSCEntities.h"
 #include "netconfig/MoreSCDelete.h"
 #include "netconfig/MoreSCCreate.h"
+#include "helpers/MoreSCAppleTalk.h"
+#include "helpers/MoreSCDHCP.h"
+#include "helpers/MoreSCFindSet.h"

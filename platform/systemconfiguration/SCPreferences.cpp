@@ -9,6 +9,7 @@
 
 #include "platform/posix/AtomicFile.h"
 #include "platform/posix/RootPath.h"
+#include "platform/systemconfiguration/SCDynamicStoreInternal.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
 #include "platform/systemconfiguration/SCPreferencesTesting.h"
 
@@ -232,7 +233,6 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
                                            std::filesystem::path(prefs->file).filename().string());
     std::string bytes;
     std::string fault;
-    int error = 0;
     int status = kSCStatusOK;
     // An XML store file already holds the committed state in the form wanted.
     if (prefs->savedExists && prefs->format == PropertyListFormat::XML) {
@@ -240,7 +240,8 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     } else if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &bytes, &fault)) {
         status = kSCStatusFailed;
     }
-    if (status == kSCStatusOK && !WriteFileAtomically(applied, bytes, &fault, &error)) status = kSCStatusFailed;
+    // Numbered, so that the live state store shows every apply in order.
+    if (status == kSCStatusOK && !SCDynamicStorePublishApplied(applied, bytes, &fault)) status = kSCStatusFailed;
     if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
     return Finish(status);
 }

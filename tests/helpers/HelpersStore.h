@@ -1,0 +1,81 @@
+// A store for the helper tests, and ways to look at what was saved.
+//
+// Sets in the store's order: "0" Home (current) orders E, W, X, M, D; "1"
+// Office orders O, M; "2" Home has no services; "3" Lab orders X, W.
+// AppleTalk: on in E and X, off in W and O, absent elsewhere. X is an
+// inactive service. IPv4 methods: E, X, D DHCP; W Manual; M PPP.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/corefoundation/CFRef.h"
+#include "platform/systemconfiguration/SCDynamicStoreTesting.h"
+#include "platform/systemconfiguration/SCPreferences.h"
+#include "support/TempRoot.h"
+
+// A set dictionary named name ("": no name) linking services in order.
+inline std::string SetXML(const std::string& name, const std::vector<std::string>& services) {
+    std::string order, links;
+    for (const std::string& id : services) {
+        order += "<string>" + id + "</string>";
+        links += "<key>" + id + "</key><dict><key>__LINK__</key><string>/NetworkServices/" + id + "</string></dict>";
+    }
+    return "<dict>" + (name.empty() ? "" : "<key>UserDefinedName</key><string>" + name + "</string>") +
+           "<key>Network</key><dict><key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key><array>" + order +
+           "</array></dict></dict><key>Service</key><dict>" + links + "</dict></dict></dict>\n";
+}
+
+inline std::string HelpersStoreXML(const std::string& officeName = "Office") {
+    const std::string off = "<dict><key>__INACTIVE__</key><integer>1</integer></dict>";
+    auto ipv4 = [](const char* method) {
+        return std::string("<key>IPv4</key><dict><key>ConfigMethod</key><string>") + method + "</string></dict>";
+    };
+    return R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict>
+<key>CurrentSet</key><string>/Sets/0</string><key>NetworkServices</key><dict>
+<key>E</key><dict><key>AppleTalk</key><dict/>)" + ipv4("DHCP") + R"(</dict>
+<key>W</key><dict><key>AppleTalk</key>)" + off + ipv4("Manual") + R"(</dict>
+<key>X</key><dict><key>__INACTIVE__</key><integer>1</integer><key>AppleTalk</key><dict/>)" + ipv4("DHCP") + R"(</dict>
+<key>M</key><dict>)" + ipv4("PPP") + "</dict><key>D</key><dict>" + ipv4("DHCP") + R"(</dict>
+<key>O</key><dict><key>AppleTalk</key>)" + off + "</dict></dict>\n<key>Sets</key><dict><key>0</key>" +
+           SetXML("Home", {"E", "W", "X", "M", "D"}) + "<key>1</key>" + SetXML(officeName, {"O", "M"}) +
+           "<key>2</key>" + SetXML("Home", {}) + "<key>3</key>" + SetXML("Lab", {"X", "W"}) + "</dict></dict></plist>\n";
+}
+
+inline std::string Text(CFTypeRef string) {
+    char buffer[256];
+    if (string == nullptr) return "(nil)";
+    return CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8)
+               ? buffer
+               : "(unreadable)";
+}
+
+class HelpersTest : public testing::Test {
+protected:
+    void SetUp() override { root_.writeStore(HelpersStoreXML()); }
+
+    std::string FileText() const { return TempRoot::ReadFile(root_.storePath()); }
+
+    // The dictionary at path in the store as saved, or nil.
+    CFRef<CFDictionaryRef> Saved(const std::string& path) const {
+        CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(nullptr, CFSTR("test"), nullptr));
+        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path.c_str(), kCFStringEncodingUTF8));
+        return CFRef<CFDictionaryRef>::Retain(prefs ? SCPreferencesPathGetValue(prefs.get(), cfPath.get()) : nullptr);
+    }
+
+    // Whether the entity at path is saved and carries no inactive marker.
+    bool SavedActive(const std::string& path) const {
+        CFRef<CFDictionaryRef> entity = Saved(path);
+        return entity && !CFDictionaryContainsKey(entity.get(), CFSTR("__INACTIVE__"));
+    }
+
+    // The number of applies published so far.
+    SInt64 Generation() const {
+        CFRef<SCDynamicStoreRef> store(SCDynamicStoreCreate(nullptr, CFSTR("test"), nullptr, nullptr));
+        return store ? SCDynamicStoreGetGenerationForTesting(store.get()) : -1;
+    }
+
+    TempRoot root_;
+};
