@@ -3,6 +3,8 @@
 #pragma once
 
 #include "platform/corefoundation/CoreFoundation.h"
+#include "platform/corefoundation/CFRef.h"
+#include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"

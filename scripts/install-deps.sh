@@ -3,6 +3,8 @@
 set -euo pipefail
 
 packages=(cmake g++ make pkg-config libplist-dev libgtest-dev libgmock-dev libbenchmark-dev)
+# For the check that the installed manual pages render.
+packages+=(man-db groff-base)
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")

@@ -1,0 +1,24 @@
+// Text between the command line, the terminal and the library's strings.
+#pragma once
+
+#include <string>
+
+#include "MoreSC.h"
+
+// The UTF-8 text of a string value; "" for nil or a value that is not a
+// string.
+std::string TextOf(CFTypeRef value);
+
+// A string holding the UTF-8 text; nil when text is not valid UTF-8. The
+// caller owns the result.
+CFStringRef CreateStringFromText(const std::string& text);
+
+// text in double quotes, as messages name what the user typed.
+std::string Quoted(const std::string& text);
+
+class Outcome;
+
+// The string for a name typed on the command line, for a set or service
+// to be called by. An empty name, or one that is not valid UTF-8, is
+// refused as bad input (the outcome records it) and gives nil.
+CFRef<CFStringRef> NameArgument(Outcome* outcome, const std::string& text);

@@ -1,0 +1,173 @@
+// Every subcommand end to end on a test root: its output, exit status and
+// message, and the store's bytes afterwards (exactly the expected change,
+// or untouched when it fails or has nothing to do).
+#include <gtest/gtest.h>
+
+#include "moresc/MorescHarness.h"
+#include "platform/posix/FileLock.h"
+
+namespace {
+
+// Four sets: 1 "Home" (current: services 10, 11), 2 "Office" (12, 10),
+// 3 "Office" (none) and 4, named "2" (none). Services 10 and 12 are both
+// called "Ethernet"; 11 "Wi-Fi" is inactive; 12 has no "Interface".
+const char kSets[] = "four-sets.plist";
+const char kIMac[] = "imac-ethernet-pac.plist";  // one set, two services
+const char kMacBook[] = "macbook-air-http-proxy-ppp.plist";
+const char kBinary[] = "ios-binary.plist";
+const char kCorrupt[] = "(corrupt)";
+const char kNone[] = "(no store)";
+
+const std::string kXMLHeader =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+    "<plist version=\"1.0\">\n";
+const std::string kProxyEntity = kXMLHeader +
+                                 "<dict>\n\t<key>HTTPEnable</key>\n\t<integer>1</integer>\n"
+                                 "\t<key>HTTPProxy</key>\n\t<string>proxy.example.com</string>\n</dict>\n</plist>\n";
+
+std::string StoreText(const std::string& name) {
+    if (name == kCorrupt) return "<?xml version=\"1.0\"?><plist><dict><key>Sets</key>";
+    if (name == kSets) return TempRoot::ReadFile(std::string(MORESC_TEST_DATA_DIR) + "/" + name);
+    return TempRoot::ReadFile(std::string(TARNWICK_STORES_DIR) + "/" + name);
+}
+
+struct Case {
+    const char* label;
+    const char* store;
+    std::vector<std::string> args;
+    int exitStatus;
+    std::string out;
+    std::string message;     // moresc's one error line, after "moresc: "; "" for none
+    StoreEdit edit;          // nullptr: the store stays as it was
+    std::string input = "";  // standard input
+};
+
+void PrintTo(const Case& row, std::ostream* os) { *os << row.label; }
+
+const std::string kIMacSet = "6D42B046-97E7-49F6-88CF-2A2600BFB6E1";
+const std::string kMacBookWiFi = "622D9F75-98F0-4AF1-8FFC-C5A27462B0B6";
+const std::string kBinaryWiFi = "DB914B7E-ED15-483C-9FD8-82A614874711";
+
+using Root = CFMutableDictionaryRef;
+
+const Case kCases[] = {
+    // Sets.
+    {"Sets", kSets, {"sets"}, 0, "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tOffice\n4\t-\t2\n", "", nullptr},
+    {"SetsOfNoStore", kNone, {"sets"}, 0, "", "", nullptr},
+    {"SetsOfCorruptStore", kCorrupt, {"sets"}, 1, "", "sets: MoreSCOpen failed with status 1001 (kSCStatusFailed)",
+     nullptr},
+    {"CurrentSet", kIMac, {"current-set"}, 0, kIMacSet + "\tAutomatic\n", "", nullptr},
+    {"SwitchSetByID", kSets, {"switch-set", "3"}, 0, "", "",
+     [](Root root) { Put(root, {"CurrentSet"}, Text("/Sets/3")); }},
+    {"SwitchSetIDBeforeName", kSets, {"switch-set", "2"}, 0, "", "",
+     [](Root root) { Put(root, {"CurrentSet"}, Text("/Sets/2")); }},
+    {"SwitchSetAmbiguous", kSets, {"switch-set", "Office"}, 1, "",
+     "switch-set: \"Office\" names 2 sets: 2, 3 (give one of these IDs)", nullptr},
+    {"SwitchSetUnknown", kSets, {"switch-set", "Lab"}, 1, "", "switch-set: no set has the ID or name \"Lab\"", nullptr},
+    {"RenameSetByName", kIMac, {"rename-set", "Automatic", "Büro"}, 0, "", "",
+     [](Root root) { Put(root, {"Sets", kIMacSet, "UserDefinedName"}, Text("Büro")); }},
+    {"RenameSetToNothing", kSets, {"rename-set", "Home", ""}, 2, "", "rename-set: a name cannot be empty", nullptr},
+    {"DeleteSetCollectsItsServices", kSets, {"delete-set", "2"}, 0, "", "",
+     [](Root root) { Put(root, {"Sets", "2"}, nullptr), Put(root, {"NetworkServices", "12"}, nullptr); }},
+    {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "",
+     "delete-set: MoreSCDeleteSet failed with status -50 (paramErr)", nullptr},
+
+    // Services.
+    {"Services", kSets, {"services"}, 0, "10\tactive\ten0\tEthernet\n11\tinactive\ten1\tWi-Fi\n", "", nullptr},
+    {"ServicesOfSet", kSets, {"services", "2"}, 0, "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n", "", nullptr},
+    {"ServicesOfRealStore", kMacBook, {"services"}, 0,
+     "4A73E068-DCE3-46C3-98EE-991526FF151A\tactive\tBluetooth-Modem\tBluetooth DUN\n" + kMacBookWiFi +
+         "\tactive\ten0\tWi-Fi\n3896F922-5883-4D53-AC38-CEDEC0DAAAF3\tactive\ten1\tBluetooth PAN\n",
+     "", nullptr},
+    {"EnableService", kSets, {"enable-service", "Wi-Fi"}, 0, "", "",
+     [](Root root) { Put(root, {"NetworkServices", "11", "__INACTIVE__"}, nullptr); }},
+    {"DisableServiceWithSetOption", kSets, {"disable-service", "--set", "Home", "Ethernet"}, 0, "", "",
+     [](Root root) { Put(root, {"NetworkServices", "10", "__INACTIVE__"}, Number(1)); }},
+    {"DisableServiceInBinaryStore", kBinary, {"disable-service", "Wi-Fi"}, 0, "", "",
+     [](Root root) { Put(root, {"NetworkServices", kBinaryWiFi, "__INACTIVE__"}, Number(1)); }},
+    {"RenameService", kMacBook, {"rename-service", "Wi-Fi", "WLAN"}, 0, "", "",
+     [](Root root) { Put(root, {"NetworkServices", kMacBookWiFi, "UserDefinedName"}, Text("WLAN")); }},
+    {"RenameServiceAmbiguous", kSets, {"rename-service", "--set=2", "Ethernet", "LAN"}, 1, "",
+     "rename-service: \"Ethernet\" names 2 services of set 2: 12, 10 (give one of these IDs)", nullptr},
+    {"RenameServiceOfOtherSet", kSets, {"rename-service", "12", "LAN"}, 1, "",
+     "rename-service: no service of the current set has the ID or name \"12\"", nullptr},
+    {"RenameServiceInUnknownSet", kSets, {"rename-service", "--set", "Lab", "10", "LAN"}, 1, "",
+     "rename-service: no set has the ID or name \"Lab\"", nullptr},
+    {"DeleteSharedServiceKeepsIt", kSets, {"delete-service", "Ethernet"}, 0, "", "",
+     [](Root root) { Unlink(root, "1", "10"); }},
+    {"DeleteLastLinkRemovesService", kSets, {"delete-service", "--set", "2", "12"}, 0, "", "",
+     [](Root root) { Unlink(root, "2", "12"), Put(root, {"NetworkServices", "12"}, nullptr); }},
+
+    // Entities.
+    {"Entity", kSets, {"entity", "Ethernet", "Proxies"}, 0,
+     kXMLHeader + "<dict>\n\t<key>HTTPEnable</key>\n\t<integer>0</integer>\n</dict>\n</plist>\n", "", nullptr},
+    {"EntityMissing", kSets, {"entity", "Wi-Fi", "Proxies"}, 1, "",
+     "entity: MoreSCCopyEntity failed with status 1004 (kSCStatusNoKey)", nullptr},
+    {"EntityNotAProtocol", kSets, {"entity", "10", "UserDefinedName"}, 2, "",
+     "entity: \"UserDefinedName\" is a key of the service, not a protocol", nullptr},
+    {"SetEntityFromStandardInput", kSets, {"set-entity", "Wi-Fi", "Proxies", "-"}, 0, "", "",
+     [](Root root) { Put(root, {"NetworkServices", "11", "Proxies"}, CFRef<CFTypeRef>(Parsed(kProxyEntity).release())); },
+     kProxyEntity},
+    {"SetEntityBinaryInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2, "",
+     "set-entity: standard input is a binary property list; give the entity as XML", nullptr,
+     Encoded(Parsed(kProxyEntity).get(), PropertyListFormat::Binary)},
+    {"SetEntityArrayInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2, "",
+     "set-entity: standard input is not a property list whose root is a dictionary", nullptr,
+     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<array/>\n</plist>\n"},
+    {"SetEntityMissingFile", kSets, {"set-entity", "10", "Proxies", "/nonexistent/proxies.plist"}, 1, "",
+     "set-entity: cannot read /nonexistent/proxies.plist: No such file or directory", nullptr},
+    {"SetEntityPathAsProtocol", kSets, {"set-entity", "10", "Proxies/HTTPProxy", "-"}, 2, "",
+     "set-entity: \"Proxies/HTTPProxy\" is not a protocol name", nullptr, kProxyEntity},
+};
+
+class MorescSubcommandTest : public testing::TestWithParam<Case> {};
+
+TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
+    const Case& row = GetParam();
+    TempRoot root;
+    std::string before = row.store == std::string(kNone) ? "" : StoreText(row.store);
+    if (row.store != std::string(kNone)) root.writeStore(before);
+
+    MorescRun run = RunMoresc(root, row.args, row.input);
+    EXPECT_EQ(run.exitStatus, row.exitStatus);
+    EXPECT_EQ(run.out, row.out);
+    if (row.message.empty()) {
+        EXPECT_EQ(run.err, "");
+    } else {
+        // One line of moresc's own, the last; the library may report before it.
+        EXPECT_TRUE(run.err.ends_with("\n")) << run.err;
+        std::string last = run.err.substr(run.err.rfind('\n', run.err.size() - 2) + 1);
+        EXPECT_TRUE(last.starts_with("moresc: " + row.message)) << run.err;
+        EXPECT_EQ(run.err.find("moresc: "), run.err.rfind("moresc: ")) << run.err;
+    }
+    if (row.store == std::string(kNone)) {
+        EXPECT_FALSE(std::filesystem::exists(root.storePath()));
+    } else {
+        EXPECT_EQ(TempRoot::ReadFile(root.storePath()), row.edit ? EditedStore(before, row.edit) : before);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, MorescSubcommandTest, testing::ValuesIn(kCases),
+                         [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.label); });
+
+// A store that another program holds locked can be read, but not changed.
+TEST(MorescLockTest, LockedStoreIsReadButNotChanged) {
+    TempRoot root;
+    std::string before = StoreText(kSets);
+    root.writeStore(before);
+    FileLock lock;
+    int error = 0;
+    ASSERT_EQ(lock.lock(root.storePath().string() + ".lock", false, &error), FileLock::Result::Locked);
+
+    MorescRun read = RunMoresc(root, {"current-set"});
+    EXPECT_EQ(read.exitStatus, 0);
+    EXPECT_EQ(read.out, "1\tHome\n");
+
+    MorescRun change = RunMoresc(root, {"rename-set", "3", "Lab"});
+    EXPECT_EQ(change.exitStatus, 1);
+    EXPECT_TRUE(change.err.starts_with("moresc: rename-set: MoreSCOpen failed with status 3002")) << change.err;
+    EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
+}
+
+}  // namespace
