@@ -44,8 +44,9 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
         ASSERT_EQ(1u, airPort.size());
         EXPECT_EQ("IO80211Interface", ClassOf(airPort[0]));
 
-        // Every service, parents before children; the root is no service.
-        Services all("IOService");
+        // Every service, parents before children; the root is an entry but
+        // no service.
+        Services all("OSObject");
         ASSERT_EQ(13u, all.size());
         EXPECT_EQ((Texts{"IOPCIDevice", "BCM5701Enet", "IOEthernetInterface", "IOEthernetInterface"}),
                   (Texts{ClassOf(all[0]), ClassOf(all[1]), ClassOf(all[2]), ClassOf(all[3])}));
