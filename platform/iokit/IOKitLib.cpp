@@ -1,5 +1,7 @@
 #include "platform/iokit/IOKitLib.h"
 
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -100,18 +102,51 @@ io_object_t AddEntryHandle(std::shared_ptr<const IORegistry> registry, std::size
     return Handles().Add(std::move(object));
 }
 
-// The registry of the configured source: the snapshot named by
-// TARNWICK_IOREG, else this machine's sysfs.
-std::shared_ptr<const IORegistry> ReadRegistry(kern_return_t* status) {
-    const char* snapshot = std::getenv("TARNWICK_IOREG");
-    if (snapshot == nullptr || *snapshot == 0) {
-        *status = kIOReturnSuccess;
-        return IORegistryReadSysfs(TarnwickRootPath("/sys"));
+// The last snapshot read, kept while its file stays the same: the three
+// queries of a port listing then read a large snapshot once.
+class SnapshotCache {
+public:
+    std::shared_ptr<const IORegistry> Read(const std::string& path, kern_return_t* status) {
+        struct stat info {};
+        bool known = ::stat(path.c_str(), &info) == 0;
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (known && registry_ && path == path_ && SameFile(info, info_)) {
+            *status = kIOReturnSuccess;
+            return registry_;
+        }
+        std::string fault;
+        std::shared_ptr<const IORegistry> registry = IORegistryReadSnapshot(path, status, &fault);
+        if (!registry) {
+            std::fprintf(stderr, "IOKit: cannot read the registry snapshot %s: %s\n", path.c_str(), fault.c_str());
+        }
+        registry_ = known ? registry : nullptr;
+        path_ = path;
+        info_ = info;
+        return registry;
     }
-    std::string fault;
-    std::shared_ptr<const IORegistry> registry = IORegistryReadSnapshot(snapshot, status, &fault);
-    if (!registry) std::fprintf(stderr, "IOKit: cannot read the registry snapshot %s: %s\n", snapshot, fault.c_str());
-    return registry;
+
+private:
+    static bool SameFile(const struct stat& a, const struct stat& b) {
+        return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+               a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec &&
+               a.st_ctim.tv_sec == b.st_ctim.tv_sec && a.st_ctim.tv_nsec == b.st_ctim.tv_nsec;
+    }
+
+    std::mutex mutex_;
+    std::string path_;
+    struct stat info_ {};
+    std::shared_ptr<const IORegistry> registry_;
+};
+
+// The registry of the configured source: the snapshot named by
+// TARNWICK_IOREG, else this machine's sysfs (read anew each time, as
+// devices come and go).
+std::shared_ptr<const IORegistry> ReadRegistry(kern_return_t* status) {
+    static SnapshotCache* snapshots = new SnapshotCache;  // lives as long as the process
+    const char* snapshot = std::getenv("TARNWICK_IOREG");
+    if (snapshot != nullptr && *snapshot != 0) return snapshots->Read(snapshot, status);
+    *status = kIOReturnSuccess;
+    return IORegistryReadSysfs(TarnwickRootPath("/sys"));
 }
 
 bool IsString(const void* value) { return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID(); }

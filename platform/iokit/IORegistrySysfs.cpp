@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/iokit/IOKitKeys.h"
@@ -130,48 +131,63 @@ bool ParseHardwareAddress(const std::string& text, std::vector<UInt8>* bytes) {
     return !bytes->empty();
 }
 
-// The slot of /sys/bus/pci/slots whose address names the PCI function
-// ("0000:02:00" for "0000:02:00.1"); empty when no slot does.
-std::string PCISlotName(const fs::path& sysDir, const std::string& function) {
-    std::string address = function.substr(0, function.rfind('.'));
+// What sysfs says about PCI slots and cards, read once per registry.
+struct PCILayout {
+    // The slot name for each slot address ("0000:02:00").
+    std::unordered_map<std::string, std::string> slots;
+    // The functions with network interfaces for each device address, in
+    // order ("0000:02:00" -> 0000:02:00.0, 0000:02:00.1).
+    std::unordered_map<std::string, std::vector<std::string>> networkFunctions;
+};
+
+// A PCI function's device address: "0000:02:00.1" -> "0000:02:00".
+std::string DeviceAddress(const std::string& function) { return function.substr(0, function.rfind('.')); }
+
+PCILayout ReadPCILayout(const fs::path& sysDir) {
+    PCILayout layout;
     fs::path slots = sysDir / "bus/pci/slots";
-    for (const std::string& slot : ListNames(slots)) {
-        if (ReadAttribute(slots / slot / "address") == address) return slot;
+    for (const std::string& slot : ListNames(slots)) layout.slots.emplace(ReadAttribute(slots / slot / "address"), slot);
+    fs::path devices = sysDir / "bus/pci/devices";
+    for (const std::string& function : ListNames(devices)) {
+        if (Exists(devices / function / "net")) layout.networkFunctions[DeviceAddress(function)].push_back(function);
     }
-    return {};
+    return layout;
+}
+
+// The slot holding a PCI function; empty when no slot names it.
+std::string PCISlotName(const PCILayout& layout, const std::string& function) {
+    auto found = layout.slots.find(DeviceAddress(function));
+    return found != layout.slots.end() ? found->second : std::string();
 }
 
 // The index of a network function among the network functions of its PCI
 // device, when there are several (a card with more than one port); -1
 // otherwise. Functions without network interfaces (a chipset's audio or
 // bridge beside an on-board controller) do not count.
-int PCIPortIndex(const fs::path& sysDir, const std::string& function) {
-    std::string prefix = function.substr(0, function.rfind('.') + 1);
-    fs::path devices = sysDir / "bus/pci/devices";
-    int index = -1, count = 0;
-    for (const std::string& name : ListNames(devices)) {
-        if (name.compare(0, prefix.size(), prefix) != 0 || !Exists(devices / name / "net")) continue;
-        if (name == function) index = count;
-        ++count;
-    }
-    return count > 1 ? index : -1;
+int PCIPortIndex(const PCILayout& layout, const std::string& function) {
+    auto found = layout.networkFunctions.find(DeviceAddress(function));
+    if (found == layout.networkFunctions.end() || found->second.size() < 2) return -1;
+    const std::vector<std::string>& functions = found->second;
+    auto position = std::find(functions.begin(), functions.end(), function);
+    return position != functions.end() ? static_cast<int>(position - functions.begin()) : -1;
 }
 
 // The bus device entry for a port, under the root.
-std::size_t AddBusDevice(IORegistry* registry, const fs::path& sysDir, const BusDevice& bus, bool wireless) {
+std::size_t AddBusDevice(IORegistry* registry, const PCILayout& layout, const BusDevice& bus, bool wireless) {
     CFRef<CFMutableDictionaryRef> properties = NewProperties();
     SetFirmwareText(properties.get(), CFSTR("name"), wireless ? "radio" : "ethernet");
     if (bus.bus == Bus::PCI) {
         std::string function = bus.path.filename().string();
-        std::string slot = PCISlotName(sysDir, function);
+        std::string slot = PCISlotName(layout, function);
         if (!slot.empty()) SetFirmwareText(properties.get(), CFSTR("AAPL,slot-name"), "SLOT-" + slot);
-        int portIndex = PCIPortIndex(sysDir, function);
+        int portIndex = PCIPortIndex(layout, function);
         if (portIndex >= 0) SetNumber(properties.get(), CFSTR("IOChildIndex"), portIndex);
     }
     return registry->AddEntry(0, BusDeviceClass(bus.bus), std::move(properties));
 }
 
 void AddNetworkInterfaces(IORegistry* registry, const fs::path& sysDir) {
+    PCILayout layout = ReadPCILayout(sysDir);
     fs::path netDir = sysDir / "class/net";
     for (const std::string& name : ListNames(netDir)) {
         fs::path interfaceDir = netDir / name;
@@ -181,7 +197,7 @@ void AddNetworkInterfaces(IORegistry* registry, const fs::path& sysDir) {
         if (error) continue;  // virtual
         bool wireless = Exists(interfaceDir / "wireless") || Exists(interfaceDir / "phy80211");
         BusDevice bus = FindBusDevice(device);
-        std::size_t busEntry = AddBusDevice(registry, sysDir, bus, wireless);
+        std::size_t busEntry = AddBusDevice(registry, layout, bus, wireless);
 
         const char* controllerClass = wireless ? "IO80211Controller" : "IOEthernetController";
         CFRef<CFMutableDictionaryRef> controller = NewProperties();

@@ -159,3 +159,14 @@ TEST(RegistrySnapshot, ABrokenSnapshotFailsTheQueryInOneLine) {
         EXPECT_EQ(message.size() - 1, message.find('\n')) << message;
     }
 }
+
+TEST(RegistrySnapshot, AChangedSnapshotIsReadAgain) {
+    TempRoot root;
+    RegistrySnapshot registry;
+    registry.AddBuiltInEthernet("en0");
+    registry.Install(root);
+    EXPECT_EQ(1u, Services(kIOEthernetInterfaceClass).size());
+    registry.AddEthernetAdaptor("en1");
+    registry.Install(root);
+    EXPECT_EQ(2u, Services(kIOEthernetInterfaceClass).size());
+}
