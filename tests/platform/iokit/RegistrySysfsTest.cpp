@@ -108,7 +108,7 @@ TEST(SysfsRegistry, SerialPortsWithADeviceBecomeBSDClients) {
     };
     for (std::size_t i = 0; i < ports.size(); ++i) {
         Lineage lineage = Describe(ports[i], {}, {"Product Name"}, {});
-        for (const char* key : keys) lineage.port += " " + Property(ports[i], key);
+        for (const char* key : keys) lineage.port.append(" ").append(Property(ports[i], key));
         EXPECT_EQ(rows[i].port, lineage.port);
         EXPECT_EQ(rows[i].controller, lineage.controller);
         EXPECT_EQ(rows[i].device, lineage.device);
