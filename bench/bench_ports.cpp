@@ -85,9 +85,12 @@ void BM_PortArrayFromSysfs(benchmark::State& state) {
     ListPorts(state, interfaces);
 }
 
-BENCHMARK(BM_FirstPortArrayFromXMLSnapshot)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->Complexity();
-BENCHMARK(BM_FirstPortArrayFromBinarySnapshot)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->Complexity();
-BENCHMARK(BM_PortArrayAgainFromXMLSnapshot)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(BM_FirstPortArrayFromXMLSnapshot)->RangeMultiplier(10)->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(BM_FirstPortArrayFromBinarySnapshot)->RangeMultiplier(10)->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(BM_PortArrayAgainFromXMLSnapshot)->RangeMultiplier(10)->Range(1000, 100000)
+    ->Unit(benchmark::kMillisecond)->Complexity();
 BENCHMARK(BM_PortArrayFromSysfs)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
 
 }  // namespace

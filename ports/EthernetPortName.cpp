@@ -2,8 +2,6 @@
 // controller (the parent) and the device the controller drives (the
 // grandparent): built-in Ethernet, AirPort, other wireless adaptors, cards
 // in PCI slots, and any other adaptor by its BSD name.
-#include <cstdio>
-
 #include "platform/corefoundation/CFRef.h"
 #include "platform/coreservices/MoreAssert.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
@@ -94,7 +92,9 @@ OSStatus CopyUserVisibleNameForEthernetPort(io_object_t interface, CFMutableDict
 
     OSStatus err = IORegistryEntryGetParentEntry(interface, kIOServicePlane, parent.out());
     if (err == noErr) err = IORegistryEntryGetParentEntry(parent.get(), kIOServicePlane, grandparent.out());
-    if (err == noErr) err = IORegistryEntryCreateCFProperties(parent.get(), parentProperties.out(), kCFAllocatorDefault, 0);
+    if (err == noErr) {
+        err = IORegistryEntryCreateCFProperties(parent.get(), parentProperties.out(), kCFAllocatorDefault, 0);
+    }
     if (err == noErr) {
         bsdName.reset(CopyStringProperty(interface, CFSTR(kIOBSDNameKey)));
         if (!bsdName) err = kPortScannerErr;

@@ -5,7 +5,6 @@
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
 #include "plist/MoreCFQ.h"
 #include "ports/PortArray.h"
-#include "ports/PortKeys.h"
 #include "ports/PortNames.h"
 #include "ports/PortSorter.h"
 #include "ports/RegistryObject.h"

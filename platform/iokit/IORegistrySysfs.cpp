@@ -146,7 +146,9 @@ std::string DeviceAddress(const std::string& function) { return function.substr(
 PCILayout ReadPCILayout(const fs::path& sysDir) {
     PCILayout layout;
     fs::path slots = sysDir / "bus/pci/slots";
-    for (const std::string& slot : ListNames(slots)) layout.slots.emplace(ReadAttribute(slots / slot / "address"), slot);
+    for (const std::string& slot : ListNames(slots)) {
+        layout.slots.emplace(ReadAttribute(slots / slot / "address"), slot);
+    }
     fs::path devices = sysDir / "bus/pci/devices";
     for (const std::string& function : ListNames(devices)) {
         if (Exists(devices / function / "net")) layout.networkFunctions[DeviceAddress(function)].push_back(function);

@@ -71,7 +71,8 @@ Listing ListMachine(const Machine& build) {
     return ListPorts();
 }
 
-RegistrySnapshot::Entry& AddUSBAdaptor(RegistrySnapshot& r, const std::string& bsdName, const RegistrySnapshot::Bytes& mac) {
+RegistrySnapshot::Entry& AddUSBAdaptor(RegistrySnapshot& r, const std::string& bsdName,
+                                       const RegistrySnapshot::Bytes& mac) {
     return r.AddEthernet("IOUSBHostInterface", "usb-ethernet", "USBEthernet", "IOEthernetInterface", bsdName, mac);
 }
 
@@ -84,7 +85,8 @@ TEST(PortArray, EthernetAirPortAndInternalModemGiveTheirDictionariesInKindOrder)
         r.AddInternalModem();
     });
     ASSERT_EQ(noErr, listing.err) << listing.errors;
-    Texts expected = {"Internal Modem Modem PPP PPPSerial modem 0", "Built-in Ethernet Ethernet Ethernet en0 00:0a:95:9d:68:16 5",
+    Texts expected = {"Internal Modem Modem PPP PPPSerial modem 0",
+                      "Built-in Ethernet Ethernet Ethernet en0 00:0a:95:9d:68:16 5",
                       "AirPort AirPort Ethernet en1 00:30:65:01:02:03 7"};
     EXPECT_EQ(expected, listing.Column({"UserDefinedName", "Hardware", "Type", "SubType", "DeviceName", "MACAddress",
                                         "HardwareVariant", "SortOrder"}));
@@ -127,10 +129,11 @@ TEST(PortArray, PortsLeftOutAndPortsThatFailTheWholeArray) {
         OSStatus err;
         Texts ports;
     } rows[] = {
-        {"no base name", [](auto& r) { r.AddSerialPort("IORS232SerialStream", "x", "x").Set("IOTTYBaseName", nullptr); },
-         noErr, {}},
+        {"no base name",
+         [](auto& r) { r.AddSerialPort("IORS232SerialStream", "x", "x").Set("IOTTYBaseName", nullptr); }, noErr, {}},
         {"irda", [](auto& r) { r.AddSerialPort("IORS232SerialStream", "irda", "irda"); }, noErr, {}},
-        {"8-byte MAC", [](auto& r) { AddUSBAdaptor(r, "en1", {0, 0x0a, 0x95, 0x9d, 0x68, 0x16, 0, 1}); }, noErr, {"en1"}},
+        {"8-byte MAC", [](auto& r) { AddUSBAdaptor(r, "en1", {0, 0x0a, 0x95, 0x9d, 0x68, 0x16, 0, 1}); }, noErr,
+         {"en1"}},
         {"no BSD name",
          [](auto& r) {
              r.AddBuiltInEthernet("en0");
@@ -276,7 +279,8 @@ TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {
                      "6 PCI Ethernet Slot 3, Port 1 enp2s0f0 a0:36:9f:00:00:01",
                      "6 PCI Ethernet Slot 3, Port 2 enp2s0f1 a0:36:9f:00:00:02",
                      "6 PCI Ethernet Slot unknown eno1 00:1b:21:3a:4f:02",
-                     "6 PCI Ethernet Slot unknown eth0 02:fc:00:00:00:01", "8 Wireless Network Adaptor wlan0 5c:e0:c5:00:00:07",
+                     "6 PCI Ethernet Slot unknown eth0 02:fc:00:00:00:01",
+                     "8 Wireless Network Adaptor wlan0 5c:e0:c5:00:00:07",
                      "9 Ethernet Adaptor (usb0) usb0"}),
               listing.Column({"SortOrder", "UserDefinedName", "DeviceName", "MACAddress"}));
 }

@@ -38,13 +38,15 @@ public:
             return *this;
         }
         Entry& String(const char* key, const std::string& text) {
-            return Set(key, CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8)).get());
+            CFRef<CFStringRef> value(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+            return Set(key, value.get());
         }
         Entry& Number(const char* key, long value) {
             return Set(key, CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberLongType, &value)).get());
         }
         Entry& Data(const char* key, const Bytes& bytes) {
-            return Set(key, CFRef<CFDataRef>(CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(bytes.size()))).get());
+            CFRef<CFDataRef> value(CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(bytes.size())));
+            return Set(key, value.get());
         }
         // Text as firmware writes it: data ending in a zero byte.
         Entry& FirmwareText(const char* key, const std::string& text) {
@@ -93,7 +95,8 @@ public:
                            {0, 0x0a, 0x95, 0x9d, 0x68, 0x16});
     }
     Entry& AddAirPort(const std::string& bsdName = "en1") {
-        return AddEthernet("IOPCIDevice", "radio", "AirPortDriver", "IO80211Interface", bsdName, {0, 0x30, 0x65, 1, 2, 3});
+        return AddEthernet("IOPCIDevice", "radio", "AirPortDriver", "IO80211Interface", bsdName,
+                           {0, 0x30, 0x65, 1, 2, 3});
     }
     // A card in a PCI slot; childIndex < 0 leaves out "IOChildIndex".
     Entry& AddPCIEthernet(const std::string& bsdName, const std::string& slotName, long childIndex = -1) {

@@ -120,7 +120,9 @@ TEST(RegistrySnapshot, EntriesGiveCopiesOfTheirPropertiesAndTheirParents) {
 
     // An object goes with its last reference, and is then unknown.
     EXPECT_EQ(kIOReturnSuccess, IOObjectRetain(controller));
-    for (io_object_t object : {controller, controller, device, top}) EXPECT_EQ(kIOReturnSuccess, IOObjectRelease(object));
+    for (io_object_t object : {controller, controller, device, top}) {
+        EXPECT_EQ(kIOReturnSuccess, IOObjectRelease(object));
+    }
     EXPECT_EQ(kIOReturnBadArgument, IOObjectRelease(controller));
     EXPECT_EQ(nullptr, IORegistryEntryCreateCFProperty(controller, CFSTR(kIOMACAddress), nullptr, 0));
 }
