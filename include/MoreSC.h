@@ -16,6 +16,7 @@
 #include "entities/MoreSCPPPEntity.h"
 #include "entities/MoreSCModemScripts.h"
 #include "entities/MoreSCCreateEntity.h"
+#include "ports/MoreSCFPortScanner.h"
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSets.h"
 #include "netconfig/MoreSCServices.h"

@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include "platform/iokit/IOKitLib.h"
+#include "support/RegistrySnapshot.h"
+
+namespace {
+
+// The objects a query finds, released when it goes.
+struct Services : std::vector<io_object_t> {
+    kern_return_t status;
+    explicit Services(CFMutableDictionaryRef matching) {
+        io_iterator_t iterator = 0;
+        status = IOServiceGetMatchingServices(kIOMasterPortDefault, matching, &iterator);
+        for (io_object_t object; iterator != 0 && (object = IOIteratorNext(iterator)) != 0;) push_back(object);
+        if (iterator != 0) IOObjectRelease(iterator);
+    }
+    explicit Services(const char* className) : Services(IOServiceMatching(className)) {}
+    ~Services() {
+        for (io_object_t object : *this) IOObjectRelease(object);
+    }
+};
+
+// A string property, or "-".
+std::string Property(io_object_t entry, const char* key) {
+    CFRef<CFStringRef> keyString(CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8));
+    CFRef<CFTypeRef> value(IORegistryEntryCreateCFProperty(entry, keyString.get(), nullptr, 0));
+    char text[256] = "-";
+    if (value && CFGetTypeID(value.get()) == CFStringGetTypeID()) {
+        CFStringGetCString(static_cast<CFStringRef>(value.get()), text, sizeof(text), kCFStringEncodingUTF8);
+    }
+    return text;
+}
+
+std::string ClassOf(io_object_t entry) {
+    io_name_t className = "";
+    IOObjectGetClass(entry, className);
+    return className;
+}
+
+using Texts = std::vector<std::string>;
+
+}  // namespace
+
+TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
+    for (PropertyListFormat format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
+        TempRoot root;
+        RegistrySnapshot registry;
+        registry.AddBuiltInEthernet("en0");
+        // Straight under the root, yet after en0's deeper entries.
+        registry.root().Add("IOEthernetInterface").String("BSD Name", "en2");
+        registry.AddAirPort("en1");
+        registry.AddInternalModem();
+        registry.AddSerialPort("IORS232SerialStream", "printer", "printer");
+        registry.root().Add("AppleMysteryDevice");
+        registry.Install(root, format);
+
+        Services ethernet(kIOEthernetInterfaceClass);
+        ASSERT_EQ(3u, ethernet.size());
+        EXPECT_EQ((Texts{"en0", "en2", "en1"}),
+                  (Texts{Property(ethernet[0], kIOBSDNameKey), Property(ethernet[1], kIOBSDNameKey),
+                         Property(ethernet[2], kIOBSDNameKey)}));
+        EXPECT_TRUE(IOObjectConformsTo(ethernet[2], "IONetworkInterface"));
+        EXPECT_FALSE(IOObjectConformsTo(ethernet[2], "IOEthernetController"));
+
+        CFMutableDictionaryRef modems = IOServiceMatching(kIOSerialBSDServiceValue);
+        CFDictionarySetValue(modems, CFSTR(kIOSerialBSDTypeKey), CFSTR(kIOSerialBSDModemType));
+        Services modem(modems);
+        ASSERT_EQ(1u, modem.size());
+        EXPECT_EQ("modem", Property(modem[0], kIOTTYBaseNameKey));
+
+        CFMutableDictionaryRef byName = IOServiceMatching("IOService");
+        CFRef<CFMutableDictionaryRef> wanted(
+            CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+        CFDictionarySetValue(wanted.get(), CFSTR(kIOBSDNameKey), CFSTR("en1"));
+        CFDictionarySetValue(byName, CFSTR(kIOPropertyMatchKey), wanted.get());
+        EXPECT_EQ(1u, Services(byName).size());
+
+        // A class the tree does not know is a service, and the root is none.
+        Services mystery("AppleMysteryDevice");
+        ASSERT_EQ(1u, mystery.size());
+        EXPECT_TRUE(IOObjectConformsTo(mystery[0], "IOService"));
+        EXPECT_FALSE(IOObjectConformsTo(mystery[0], kIOEthernetInterfaceClass));
+        Services all("OSObject");
+        ASSERT_EQ(14u, all.size());
+        EXPECT_EQ((Texts{"IOPCIDevice", "BCM5701Enet", "IOEthernetInterface", "IOEthernetInterface"}),
+                  (Texts{ClassOf(all[0]), ClassOf(all[1]), ClassOf(all[2]), ClassOf(all[3])}));
+
+        // A changed snapshot is read again.
+        registry.AddBuiltInEthernet("en3");
+        registry.Install(root, format);
+        EXPECT_EQ(4u, Services(kIOEthernetInterfaceClass).size());
+    }
+}
+
+TEST(RegistrySnapshot, EntriesGiveCopiesOfTheirPropertiesAndTheirParents) {
+    TempRoot root;
+    RegistrySnapshot registry;
+    registry.AddBuiltInEthernet("en0");
+    registry.Install(root);
+    Services ethernet(kIOEthernetInterfaceClass);
+    ASSERT_EQ(1u, ethernet.size());
+
+    // ioreg's keys about an entry are no properties; a copy is no original.
+    CFRef<CFMutableDictionaryRef> properties;
+    ASSERT_EQ(kIOReturnSuccess, IORegistryEntryCreateCFProperties(ethernet[0], properties.out(), nullptr, 0));
+    EXPECT_EQ(1, CFDictionaryGetCount(properties.get()));
+    CFDictionarySetValue(properties.get(), CFSTR(kIOBSDNameKey), CFSTR("changed"));
+    EXPECT_EQ("en0", Property(ethernet[0], kIOBSDNameKey));
+
+    io_object_t controller = 0, device = 0, top = 0, beyond = 0;
+    ASSERT_EQ(kIOReturnSuccess, IORegistryEntryGetParentEntry(ethernet[0], kIOServicePlane, &controller));
+    CFRef<CFTypeRef> mac(IORegistryEntryCreateCFProperty(controller, CFSTR(kIOMACAddress), nullptr, 0));
+    ASSERT_EQ(CFDataGetTypeID(), CFGetTypeID(mac.get()));
+    EXPECT_EQ(0x16, CFDataGetBytePtr(static_cast<CFDataRef>(mac.get()))[5]);
+    EXPECT_EQ(kIOReturnBadArgument, IORegistryEntryGetParentEntry(controller, "IODeviceTree", &device));
+    ASSERT_EQ(kIOReturnSuccess, IORegistryEntryGetParentEntry(controller, kIOServicePlane, &device));
+    ASSERT_EQ(kIOReturnSuccess, IORegistryEntryGetParentEntry(device, kIOServicePlane, &top));
+    EXPECT_EQ("IORegistryEntry", ClassOf(top));
+    EXPECT_EQ(kIOReturnNoDevice, IORegistryEntryGetParentEntry(top, kIOServicePlane, &beyond));
+
+    // An object goes with its last reference, and is then unknown.
+    EXPECT_EQ(kIOReturnSuccess, IOObjectRetain(controller));
+    for (io_object_t object : {controller, controller, device, top}) {
+        EXPECT_EQ(kIOReturnSuccess, IOObjectRelease(object));
+    }
+    EXPECT_EQ(kIOReturnBadArgument, IOObjectRelease(controller));
+    EXPECT_EQ(nullptr, IORegistryEntryCreateCFProperty(controller, CFSTR(kIOMACAddress), nullptr, 0));
+}
+
+TEST(RegistrySnapshot, ABrokenSnapshotFailsTheQueryInOneLine) {
+    const std::string entry = "<plist version=\"1.0\"><dict><key>IOObjectClass</key><string>IORegistryEntry</string>";
+    struct Row {
+        std::string contents;  // empty: no file
+        kern_return_t status;
+        const char* fault;
+    } rows[] = {
+        {"", kIOReturnNotReadable, "No such file or directory"},
+        {"not a property list", kIOReturnError, ""},
+        {"<plist version=\"1.0\"><dict/></plist>", kIOReturnError, "IOObjectClass"},
+        {entry + "<key>IORegistryEntryChildren</key><string>x</string></dict></plist>", kIOReturnError, "not an array"},
+        {entry + "<key>IORegistryEntryChildren</key><array><string>x</string></array></dict></plist>", kIOReturnError,
+         "not a dictionary"},
+    };
+    for (const Row& row : rows) {
+        TempRoot root;
+        std::string path = (root.path() / "registry.plist").string();
+        if (!row.contents.empty()) root.write("/registry.plist", row.contents);
+        ::setenv("TARNWICK_IOREG", path.c_str(), 1);
+        testing::internal::CaptureStderr();
+        Services services("IOService");
+        std::string message = testing::internal::GetCapturedStderr();
+        ::unsetenv("TARNWICK_IOREG");
+
+        EXPECT_EQ(row.status, services.status) << message;
+        EXPECT_EQ(0u, services.size());
+        EXPECT_EQ(0u, message.find("IOKit: cannot read the registry snapshot " + path + ": ")) << message;
+        EXPECT_NE(std::string::npos, message.find(row.fault)) << message;
+        EXPECT_EQ(message.size() - 1, message.find('\n')) << message;
+    }
+}
