@@ -26,3 +26,4 @@
 #include "helpers/MoreSCAppleTalk.h"
 #include "helpers/MoreSCDHCP.h"
 #include "helpers/MoreSCFindSet.h"
+#include "helpers/MoreSCDialup.h"

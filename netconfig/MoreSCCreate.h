@@ -16,6 +16,14 @@
 
 #include "platform/corefoundation/CoreFoundation.h"
 
+// Creates a set named userVisibleName (required) holding one service for
+// every network port of the machine, in the order of the port array
+// (MoreSCCreatePortArray), with the global entities IPv4 and NetInfo. The
+// new set does not become the current set. Fails with the port scanner's
+// status when the ports cannot be listed, or the first failing step's
+// status; the half-made set is then deleted.
+OSStatus MoreSCNewSet(CFStringRef userVisibleName, CFStringRef* newSetID);
+
 // Creates a service for one network port and adds it to the end of the
 // set's service order. portInfo holds the strings "UserDefinedName",
 // "Hardware" ("Ethernet", "AirPort" or "Modem"), "Type" ("Ethernet" or
