@@ -11,6 +11,8 @@
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSets.h"
 #include "netconfig/StoreFixture.h"
+#include "platform/systemconfiguration/SCDynamicStoreTesting.h"
+#include "support/RegistrySnapshot.h"
 #include "support/SystemVersion.h"
 
 namespace {
@@ -254,6 +256,78 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
         MoreSCClose(&outer, true);
         testing::internal::GetCapturedStderr();
         EXPECT_EQ(id.get(), nullptr);
+        EXPECT_EQ(FileText(), before);
+    }
+}
+
+// A machine with en0, an AirPort card and an internal modem: the new set
+// holds their services in port order (modem, en0, AirPort), saved and
+// applied once, and leaves every set and service that was there alone.
+TEST_F(Create, NewSetHasOneServicePerPortInPortOrder) {
+    auto real = [](const char* name) { return TempRoot::ReadFile(std::filesystem::path(TARNWICK_STORES_DIR) / name); };
+    const std::string stores[] = {kLinkedStore, real("imac-ethernet-pac.plist"),
+                                  real("macbook-air-http-proxy-ppp.plist"), real("ios-binary.plist")};
+    RegistrySnapshot registry;
+    registry.AddBuiltInEthernet();
+    registry.AddAirPort();
+    registry.AddInternalModem();
+    registry.Install(root_);
+    InstallSystemVersion(root_, "10.4.11");
+    static int applies;
+    SCDynamicStoreSetPublishObserverForTesting([](void*) { applies++; }, nullptr);
+    const std::vector<std::string> expected = {
+        "DNS IPv4=PPP Interface=PPPSerial Modem= PPP Proxies=1 UserDefinedName=Internal Modem ",
+        "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=1 "
+        "UserDefinedName=Built-in Ethernet ",
+        "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
+    for (const std::string& store : stores) {
+        SCOPED_TRACE(&store - stores);
+        root_.writeStore(store);
+        CFRef<CFDictionaryRef> sets = Saved("/Sets"), services = Saved("/NetworkServices");
+        CFRef<CFStringRef> current, newSet, currentAfter;
+        ASSERT_EQ(MoreSCCopyCurrentSet(current.out()), noErr);
+        applies = 0;
+        StderrCapture warnings;  // the port name callback and the IPv4 builder warn
+        ASSERT_EQ(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
+        EXPECT_EQ(applies, 1);
+
+        const std::string setPath = "/Sets/" + Text(newSet.get());
+        EXPECT_EQ(Text(CFDictionaryGetValue(Saved(setPath.c_str()).get(), CFSTR("UserDefinedName"))), "Dial-up");
+        CFRef<CFDictionaryRef> globals = Saved((setPath + "/Network/Global").c_str());
+        ASSERT_TRUE(globals);
+        EXPECT_EQ(CFDictionaryGetCount(globals.get()), 2);
+        EXPECT_TRUE(CFDictionaryContainsKey(globals.get(), CFSTR("NetInfo")));
+        std::vector<std::string> described;
+        for (const std::string& id : Order(newSet.get())) {
+            described.push_back(Describe(Saved(("/NetworkServices/" + id).c_str()).get()));
+        }
+        EXPECT_EQ(described, expected);
+        ExpectKept(sets.get(), Saved("/Sets").get(), nullptr);
+        ExpectKept(services.get(), Saved("/NetworkServices").get(), nullptr);
+        ASSERT_EQ(MoreSCCopyCurrentSet(currentAfter.out()), noErr);
+        EXPECT_TRUE(CFEqual(current.get(), currentAfter.get()));
+    }
+    SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);
+}
+
+// A registry that cannot be read, or a second port that cannot become a
+// service (a serial port without a device name), leaves no trace.
+TEST_F(Create, FailedNewSetLeavesTheStoreAsItWas) {
+    for (int row = 0; row < 2; row++) {
+        SCOPED_TRACE(row);
+        root_.writeStore(kLinkedStore);
+        RegistrySnapshot registry;
+        registry.AddInternalModem();
+        registry.AddSerialPort("IORS232SerialStream", "printer", "printer").Set("IOTTYDevice", nullptr);
+        registry.Install(root_);
+        if (row == 0) root_.write("/registry.plist", "<plist><dict>");
+        const std::string before = FileText();
+        StderrCapture reports;
+        CFRef<CFStringRef> newSet;
+        OSStatus outer = MoreSCOpen(false, false);
+        EXPECT_NE(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
+        MoreSCClose(&outer, true);
+        EXPECT_EQ(newSet.get(), nullptr);
         EXPECT_EQ(FileText(), before);
     }
 }
