@@ -93,10 +93,13 @@ OSStatus MoreSCCreateAirPortEntity(const MoreSCAirPortDigest* digest, CFDictiona
 OSStatus MoreSCCreateModemEntity(const MoreSCModemDigest* digest, CFDictionaryRef* entity) {
     AssertBuilderArguments(digest, entity);
 
+    // A modem entity without its script cannot be stored: reported, then
+    // refused rather than stored with a hole.
+    MoreAssertQ(digest->connectionScript != nil);
     CFRef<CFMutableDictionaryRef> dict;
-    OSStatus err = CFQDictionaryCreateMutable(dict.out());
+    OSStatus err = (digest->connectionScript != nil) ? noErr : paramErr;
+    if (err == noErr) err = CFQDictionaryCreateMutable(dict.out());
     if (err == noErr) {
-        MoreAssertQ(digest->connectionScript != nil);
         CFDictionarySetValue(dict.get(), kSCPropNetModemConnectionScript, digest->connectionScript);
         err = CFQDictionarySetNumber(dict.get(), kSCPropNetModemDataCompression, digest->dataCompression);
     }

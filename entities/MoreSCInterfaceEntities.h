@@ -13,4 +13,6 @@
 OSStatus MoreSCCreateInterfaceEntity(const MoreSCInterfaceDigest* digest, CFDictionaryRef* entity);
 OSStatus MoreSCCreateEthernetEntity(const MoreSCEthernetDigest* digest, CFDictionaryRef* entity);
 OSStatus MoreSCCreateAirPortEntity(const MoreSCAirPortDigest* digest, CFDictionaryRef* entity);
+// A modem digest without a connection script is reported and refused with
+// paramErr (-50): the entity would have no value to store.
 OSStatus MoreSCCreateModemEntity(const MoreSCModemDigest* digest, CFDictionaryRef* entity);
