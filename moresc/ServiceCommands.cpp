@@ -1,5 +1,5 @@
 // The subcommands on the services of a set: list, switch on and off,
-// rename and remove.
+// rename, make, copy and remove.
 
 #include <cstdio>
 #include <string>
@@ -8,6 +8,7 @@
 #include "moresc/Lookup.h"
 #include "moresc/OneService.h"
 #include "moresc/Outcome.h"
+#include "moresc/Ports.h"
 #include "moresc/Session.h"
 #include "moresc/Subcommands.h"
 #include "moresc/Text.h"
@@ -90,4 +91,40 @@ int DeleteService(const Invocation& invocation) {
     return ChangeService(invocation, "MoreSCDeleteService", [](CFStringRef setID, CFStringRef serviceID) {
         return MoreSCDeleteService(setID, serviceID);
     });
+}
+
+int DuplicateService(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    CFRef<CFStringRef> newName;
+    if (invocation.arguments.size() > 1) newName = NameArgument(&outcome, invocation.arguments[1]);
+    CFRef<CFStringRef> newServiceID;
+    if (outcome.ok()) {
+        RunOnService(&outcome, invocation, Session::kChange, "MoreSCDuplicateService",
+                     [&](CFStringRef setID, CFStringRef serviceID) {
+                         return MoreSCDuplicateService(setID, serviceID, newName.get(), newServiceID.out());
+                     });
+    }
+    if (outcome.ok()) std::printf("%s\n", TextOf(newServiceID.get()).c_str());
+    return outcome.Finish();
+}
+
+int NewService(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    const std::string& device = invocation.arguments[0];
+    // The ports are read before the store is locked: listing them does not
+    // touch the store.
+    CFRef<CFArrayRef> ports = CopyPorts(&outcome);
+    CFDictionaryRef port = outcome.ok() ? FindPortByDevice(ports.get(), device) : nil;
+    if (outcome.ok() && port == nil) {
+        outcome.Fail("no network port has the device " + Quoted(device) + " (\"moresc ports\" lists them)");
+    }
+    CFRef<CFStringRef> newServiceID;
+    if (outcome.ok()) {
+        Session session(&outcome, Session::kChange);
+        CFRef<CFStringRef> setID;
+        if (outcome.ok()) setID = LookUpSetOption(&outcome, invocation.set);
+        if (outcome.ok()) outcome.Check("MoreSCNewService", MoreSCNewService(setID.get(), port, newServiceID.out()));
+    }
+    if (outcome.ok()) std::printf("%s\n", TextOf(newServiceID.get()).c_str());
+    return outcome.Finish();
 }

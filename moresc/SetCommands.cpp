@@ -1,5 +1,5 @@
-// The subcommands on sets: list, show the current one, switch, rename and
-// delete.
+// The subcommands on sets: list, show the current one, switch, make, copy,
+// rename and delete.
 
 #include <cstdio>
 #include <string>
@@ -89,4 +89,33 @@ int RenameSet(const Invocation& invocation) {
 
 int DeleteSet(const Invocation& invocation) {
     return ChangeSet(invocation, "MoreSCDeleteSet", [](CFStringRef setID) { return MoreSCDeleteSet(setID); });
+}
+
+int NewSet(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    CFRef<CFStringRef> name = NameArgument(&outcome, invocation.arguments[0]);
+    CFRef<CFStringRef> newSetID;
+    if (outcome.ok()) {
+        Session session(&outcome, Session::kChange);
+        if (outcome.ok()) outcome.Check("MoreSCNewSet", MoreSCNewSet(name.get(), newSetID.out()));
+    }
+    if (outcome.ok()) std::printf("%s\n", TextOf(newSetID.get()).c_str());
+    return outcome.Finish();
+}
+
+int DuplicateSet(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    CFRef<CFStringRef> newName;
+    if (invocation.arguments.size() > 1) newName = NameArgument(&outcome, invocation.arguments[1]);
+    CFRef<CFStringRef> newSetID;
+    if (outcome.ok()) {
+        Session session(&outcome, Session::kChange);
+        CFRef<CFStringRef> setID;
+        if (outcome.ok()) setID = LookUpSet(&outcome, invocation.arguments[0]);
+        if (outcome.ok()) {
+            outcome.Check("MoreSCDuplicateSet", MoreSCDuplicateSet(setID.get(), newName.get(), newSetID.out()));
+        }
+    }
+    if (outcome.ok()) std::printf("%s\n", TextOf(newSetID.get()).c_str());
+    return outcome.Finish();
 }

@@ -27,7 +27,6 @@ struct Subcommand {
     int minArguments;
     int maxArguments;
     bool takesSet;            // accepts --set SET
-    // nil: the library operations it needs are not part of this build.
     SubcommandFunction run;
 };
 
@@ -40,10 +39,14 @@ const Subcommand* FindSubcommand(const std::string& name);
 std::string UsageLine(const Subcommand& subcommand);
 
 // The subcommands' functions, by the files that hold them.
+// Ports (PortCommands.cpp).
+int ListPorts(const Invocation& invocation);
 // Sets (SetCommands.cpp).
 int ListSets(const Invocation& invocation);
 int PrintCurrentSet(const Invocation& invocation);
 int SwitchSet(const Invocation& invocation);
+int NewSet(const Invocation& invocation);
+int DuplicateSet(const Invocation& invocation);
 int RenameSet(const Invocation& invocation);
 int DeleteSet(const Invocation& invocation);
 // Services (ServiceCommands.cpp).
@@ -51,7 +54,14 @@ int ListServices(const Invocation& invocation);
 int EnableService(const Invocation& invocation);
 int DisableService(const Invocation& invocation);
 int RenameService(const Invocation& invocation);
+int DuplicateService(const Invocation& invocation);
 int DeleteService(const Invocation& invocation);
+int NewService(const Invocation& invocation);
 // Entities (EntityCommands.cpp).
 int PrintEntity(const Invocation& invocation);
 int WriteEntity(const Invocation& invocation);
+// Configuration helpers (HelperCommands.cpp).
+int AppleTalk(const Invocation& invocation);
+int ListDHCPServices(const Invocation& invocation);
+int ReleaseDHCP(const Invocation& invocation);
+int NewDialupSet(const Invocation& invocation);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "moresc/Outcome.h"
+#include "moresc/Ports.h"
 #include "moresc/Subcommands.h"
 
 namespace {
@@ -49,7 +50,6 @@ void PrintSubcommandHelp(const Subcommand& subcommand) {
     bool namesSetOrService = subcommand.takesSet || arguments.find("SET") != std::string::npos ||
                              arguments.find("SERVICE") != std::string::npos;
     if (namesSetOrService) std::printf("\n%s", kNamingNote);
-    if (subcommand.run == nullptr) std::printf("\nNot available in this build of the library.\n");
 }
 
 int UsageError(const std::string& subject, const std::string& message) {
@@ -115,9 +115,6 @@ int main(int argc, char* argv[]) {
     Invocation invocation{subcommand, {}, {}};
     int exitStatus = ParseArguments(*subcommand, {words.begin() + 1, words.end()}, &invocation);
     if (exitStatus >= 0) return exitStatus;
-    if (subcommand->run == nullptr) {
-        ReportError(first, "not available in this build of the library");
-        return kExitFailure;
-    }
+    InstallPortNameCallback();
     return subcommand->run(invocation);
 }

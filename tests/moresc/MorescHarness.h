@@ -90,6 +90,25 @@ inline void Unlink(CFMutableDictionaryRef root, const std::string& setID, const 
     CFArrayRemoveValueAtIndex(order, index);
 }
 
+// Links a service into a set, last in its order.
+inline void Link(CFMutableDictionaryRef root, const std::string& setID, const std::string& serviceID) {
+    CFRef<CFMutableDictionaryRef> link(
+        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    CFDictionarySetValue(link.get(), CFSTR("__LINK__"), Text("/NetworkServices/" + serviceID).get());
+    Put(root, {"Sets", setID, "Network", "Service", serviceID}, CFRef<CFTypeRef>(link.release()));
+    CFArrayAppendValue(
+        static_cast<CFMutableArrayRef>(ValueAt(root, {"Sets", setID, "Network", "Global", "IPv4", "ServiceOrder"})),
+        Text(serviceID).get());
+}
+
+// A copy of the value at path under root, mutable all the way down; nil
+// when there is none.
+inline CFRef<CFTypeRef> CopyAt(CFMutableDictionaryRef root, const std::vector<std::string>& path) {
+    void* value = ValueAt(root, path);
+    if (value == nullptr) return nullptr;
+    return CFRef<CFTypeRef>(CFPropertyListCreateDeepCopy(nullptr, value, kCFPropertyListMutableContainersAndLeaves));
+}
+
 // The tree of a property-list file's text, and its format.
 inline CFRef<CFMutableDictionaryRef> Parsed(const std::string& text, PropertyListFormat* format = nullptr) {
     PropertyListFormat ignored;

@@ -5,12 +5,14 @@
 
 #include "moresc/MorescHarness.h"
 #include "platform/posix/FileLock.h"
+#include "support/RegistrySnapshot.h"
 
 namespace {
 
 // Four sets: 1 "Home" (current: services 10, 11), 2 "Office" (12, 10),
 // 3 "Office" (none) and 4, named "2" (none). Services 10 and 12 are both
 // called "Ethernet"; 11 "Wi-Fi" is inactive; 12 has no "Interface".
+// AppleTalk is inactive on 10 and active on 11.
 const char kSets[] = "four-sets.plist";
 const char kIMac[] = "imac-ethernet-pac.plist";  // one set, two services
 const char kMacBook[] = "macbook-air-http-proxy-ppp.plist";
@@ -41,6 +43,12 @@ struct Case {
     std::string message;     // moresc's one error line, after "moresc: "; "" for none
     StoreEdit edit;          // nullptr: the store stays as it was
     std::string input = "";  // standard input
+    // New parts of the store, such as a new service: what the library puts
+    // in them is its own affair, so they are taken as made, and a moresc
+    // listing of them (the command and its output) is checked instead.
+    std::vector<std::vector<std::string>> made = {};
+    std::vector<std::string> listing = {};
+    std::string listed = "";
 };
 
 void PrintTo(const Case& row, std::ostream* os) { *os << row.label; }
@@ -48,6 +56,20 @@ void PrintTo(const Case& row, std::ostream* os) { *os << row.label; }
 const std::string kIMacSet = "6D42B046-97E7-49F6-88CF-2A2600BFB6E1";
 const std::string kMacBookWiFi = "622D9F75-98F0-4AF1-8FFC-C5A27462B0B6";
 const std::string kBinaryWiFi = "DB914B7E-ED15-483C-9FD8-82A614874711";
+const std::string kMacBookSet = "56D66480-1EAF-4104-9CDD-62959C438593";
+// The first IDs made under a parent whose keys are not numbers.
+const std::string kFirstID = "-2147483647", kSecondID = "-2147483646", kThirdID = "-2147483645",
+                  kFourthID = "-2147483644";
+// A new set in such a store, with a service for each of the four ports.
+const std::vector<std::vector<std::string>> kNewSetParts = {{"Sets", kFirstID}, {"NetworkServices", kFirstID},
+    {"NetworkServices", kSecondID}, {"NetworkServices", kThirdID}, {"NetworkServices", kFourthID}};
+
+// The ports of the registry every case runs with (en0, AirPort, two modems).
+const std::string kPorts =
+    "name: Internal Modem\nhardware: Modem\ndevice: modem\nmac: -\n\n"
+    "name: USB Modem\nhardware: Modem\ndevice: usbmodem1411\nmac: -\n\n"
+    "name: Built-in Ethernet\nhardware: Ethernet\ndevice: en0\nmac: 00:0a:95:9d:68:16\n\n"
+    "name: AirPort\nhardware: AirPort\ndevice: en1\nmac: 00:30:65:01:02:03\n\n";
 
 using Root = CFMutableDictionaryRef;
 
@@ -72,6 +94,15 @@ const Case kCases[] = {
      [](Root root) { Put(root, {"Sets", "2"}, nullptr), Put(root, {"NetworkServices", "12"}, nullptr); }},
     {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "",
      "delete-set: MoreSCDeleteSet failed with status -50 (paramErr)", nullptr},
+    {"DuplicateSetWithItsServices", kSets, {"duplicate-set", "Home", "Copy"}, 0, "5\n", "", [](Root) {}, "",
+     {{"Sets", "5"}, {"NetworkServices", "13"}, {"NetworkServices", "14"}}, {"services", "Copy"},
+     "13\tactive\ten0\tEthernet\n14\tinactive\ten1\tWi-Fi\n"},
+    {"NewSetInRealStore", kIMac, {"new-set", "Lab"}, 0, kFirstID + "\n", "", [](Root) {}, "", kNewSetParts,
+     {"services", "Lab"},
+     kFirstID + "\tactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" + kThirdID +
+         "\tactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tactive\ten1\tAirPort\n"},
+    {"NewDialupSetOnEthernet", kSets, {"new-dialup-set", "Dial", "en0"}, 1, "",
+     "new-dialup-set: the network port of the device \"en0\" is not a modem", nullptr},
 
     // Services.
     {"Services", kSets, {"services"}, 0, "10\tactive\ten0\tEthernet\n11\tinactive\ten1\tWi-Fi\n", "", nullptr},
@@ -98,6 +129,17 @@ const Case kCases[] = {
      [](Root root) { Unlink(root, "1", "10"); }},
     {"DeleteLastLinkRemovesService", kSets, {"delete-service", "--set", "2", "12"}, 0, "", "",
      [](Root root) { Unlink(root, "2", "12"), Put(root, {"NetworkServices", "12"}, nullptr); }},
+    {"DuplicateServiceInRealStore", kMacBook, {"duplicate-service", "Wi-Fi", "WLAN"}, 0, kFirstID + "\n", "",
+     [](Root root) {
+         Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
+         Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Text("WLAN"));
+         Link(root, kMacBookSet, kFirstID);
+     }},
+    {"NewServiceInOtherSet", kSets, {"new-service", "--set=2", "en1"}, 0, "13\n", "",
+     [](Root root) { Link(root, "2", "13"); }, "", {{"NetworkServices", "13"}}, {"services", "2"},
+     "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n13\tactive\ten1\tAirPort\n"},
+    {"NewServiceForNoPort", kSets, {"new-service", "en7"}, 1, "",
+     "new-service: no network port has the device \"en7\"", nullptr},
 
     // Entities.
     {"Entity", kSets, {"entity", "Ethernet", "Proxies"}, 0,
@@ -119,6 +161,22 @@ const Case kCases[] = {
      "set-entity: cannot read /nonexistent/proxies.plist: No such file or directory", nullptr},
     {"SetEntityPathAsProtocol", kSets, {"set-entity", "10", "Proxies/HTTPProxy", "-"}, 2, "",
      "set-entity: \"Proxies/HTTPProxy\" is not a protocol name", nullptr, kProxyEntity},
+
+    // Ports and helpers.
+    {"Ports", kNone, {"ports"}, 0, kPorts, "", nullptr},
+    {"AppleTalkOffWhereOnlyInactiveServiceHasIt", kSets, {"appletalk"}, 0, "off\n", "", nullptr},
+    {"AppleTalkOn", kSets, {"appletalk", "on"}, 0, "", "",
+     [](Root root) { Put(root, {"NetworkServices", "10", "AppleTalk", "__INACTIVE__"}, nullptr); }},
+    {"AppleTalkQueryWithoutEntities", kMacBook, {"appletalk"}, 1, "",
+     "appletalk: MoreSCIsAppleTalkActive failed with status 1004 (kSCStatusNoKey)", nullptr},
+    {"AppleTalkBadState", kSets, {"appletalk", "yes"}, 2, "", "appletalk: \"yes\" is neither on nor off", nullptr},
+    {"DHCPServices", kMacBook, {"dhcp-services"}, 0,
+     "3896F922-5883-4D53-AC38-CEDEC0DAAAF3\tBluetooth PAN\n" + kMacBookWiFi + "\tWi-Fi\n", "", nullptr},
+    {"NewDialupSetInBinaryStore", kBinary, {"new-dialup-set", "Dial", "usbmodem1411"}, 0, kFirstID + "\n", "",
+     [](Root) {}, "", kNewSetParts, {"services", "Dial"},
+     kFirstID + "\tinactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" +
+         kThirdID + "\tinactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tinactive\ten1\tAirPort\n"},
+    {"DHCPReleaseEndsAsItBegan", kIMac, {"dhcp-release", "Ethernet"}, 0, "", "", [](Root) {}},
 };
 
 class MorescSubcommandTest : public testing::TestWithParam<Case> {};
@@ -126,6 +184,9 @@ class MorescSubcommandTest : public testing::TestWithParam<Case> {};
 TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
     const Case& row = GetParam();
     TempRoot root;
+    RegistrySnapshot registry;
+    registry.AddBuiltInEthernet(), registry.AddAirPort(), registry.AddInternalModem(), registry.AddUSBModem("");
+    registry.Install(root);
     std::string before = row.store == std::string(kNone) ? "" : StoreText(row.store);
     if (row.store != std::string(kNone)) root.writeStore(before);
 
@@ -144,12 +205,58 @@ TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
     if (row.store == std::string(kNone)) {
         EXPECT_FALSE(std::filesystem::exists(root.storePath()));
     } else {
-        EXPECT_EQ(TempRoot::ReadFile(root.storePath()), row.edit ? EditedStore(before, row.edit) : before);
+        std::string after = TempRoot::ReadFile(root.storePath());
+        CFRef<CFMutableDictionaryRef> made = Parsed(after);
+        EXPECT_EQ(after, row.edit ? EditedStore(before, [&](Root tree) {
+            row.edit(tree);
+            for (const auto& path : row.made) Put(tree, path, CopyAt(made.get(), path));
+        }) : before);
+    }
+    if (!row.listing.empty()) {
+        EXPECT_EQ(RunMoresc(root, row.listing).out, row.listed);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, MorescSubcommandTest, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.label); });
+
+// Registries without a modem, or that cannot be read: the subcommands fail
+// and leave the store alone.
+TEST(MorescRegistryTest, MissingOrUnreadablePorts) {
+    const struct {
+        const char* registry;  // "": no ports; otherwise the snapshot's text
+        std::vector<std::string> args;
+        std::string message;
+    } rows[] = {
+        {"", {"new-dialup-set", "Dial"}, "moresc: new-dialup-set: no network port is a modem"},
+        {"not a registry", {"ports"},
+         "moresc: ports: MoreSCCreatePortArray failed with status -536870212 (kIOReturnError)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.args[0] + " " + row.registry);
+        TempRoot root;
+        std::string before = StoreText(kSets);
+        root.writeStore(before);
+        RegistrySnapshot registry;
+        registry.Install(root);
+        if (row.registry[0] != '\0') root.write("/registry.plist", row.registry);
+
+        MorescRun run = RunMoresc(root, row.args);
+        EXPECT_EQ(run.exitStatus, 1);
+        EXPECT_EQ(run.out, "");
+        EXPECT_NE(run.err.find(row.message), std::string::npos) << run.err;
+        EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
+    }
+}
+
+// A DHCP release hands the system two configurations, one after the other.
+TEST(MorescDHCPTest, ReleaseAppliesTwice) {
+    TempRoot root;
+    root.installStore(kIMac);
+    EXPECT_EQ(RunMoresc(root, {"dhcp-release", "Ethernet"}).exitStatus, 0);
+    std::string applied = TempRoot::ReadFile(root.path() / "var/run/SystemConfiguration/preferences.plist");
+    EXPECT_NE(applied.find("<!-- generation 2 -->"), std::string::npos) << applied.substr(0, 100);
+}
 
 // A store that another program holds locked can be read, but not changed.
 TEST(MorescLockTest, LockedStoreIsReadButNotChanged) {

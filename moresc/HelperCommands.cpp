@@ -1,0 +1,146 @@
+// The subcommands over the configuration helpers: AppleTalk in a set, the
+// services configured by DHCP, a DHCP release, and a set for dialling out.
+
+#include <cstdio>
+#include <string>
+
+#include "MoreSC.h"
+#include "moresc/Lookup.h"
+#include "moresc/Outcome.h"
+#include "moresc/Ports.h"
+#include "moresc/Session.h"
+#include "moresc/Subcommands.h"
+#include "moresc/Text.h"
+
+namespace {
+
+// Prints whether AppleTalk is on in the set of --set (or the current set).
+int ShowAppleTalk(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    Boolean active = false;
+    {
+        Session session(&outcome, Session::kRead);
+        CFRef<CFStringRef> setID;
+        if (outcome.ok()) setID = LookUpSetOption(&outcome, invocation.set);
+        if (outcome.ok()) outcome.Check("MoreSCIsAppleTalkActive", MoreSCIsAppleTalkActive(setID.get(), &active));
+    }
+    if (outcome.ok()) std::fputs(active ? "on\n" : "off\n", stdout);
+    return outcome.Finish();
+}
+
+// Switches AppleTalk on or off in the set of --set (or the current set).
+int SwitchAppleTalk(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    const std::string& state = invocation.arguments[0];
+    if (state != "on" && state != "off") outcome.FailUsage(Quoted(state) + " is neither on nor off");
+    if (outcome.ok()) {
+        Session session(&outcome, Session::kChange);
+        CFRef<CFStringRef> setID;
+        if (outcome.ok()) setID = LookUpSetOption(&outcome, invocation.set);
+        if (outcome.ok()) {
+            outcome.Check("MoreSCSetAppleTalkActive", MoreSCSetAppleTalkActive(setID.get(), state == "on"));
+        }
+    }
+    return outcome.Finish();
+}
+
+// The name of a service of the current set, for the DHCP list: "" when
+// the current set no longer has the service, or the service has no name.
+std::string DHCPServiceName(Outcome* outcome, CFStringRef serviceID) {
+    CFRef<CFStringRef> name;
+    OSStatus err = MoreSCCopyUserVisibleNameOfService(nil, serviceID, name.out());
+    if (err != kSCStatusNoKey && err != coreFoundationUnknownErr) {
+        outcome->Check("MoreSCCopyUserVisibleNameOfService", err);
+    }
+    return TextOf(name.get());
+}
+
+// The options of a dial-up set that moresc makes: an active PPP entity
+// with this system's defaults, and no account, number, modem, IPv4 or DNS
+// settings of its own.
+const MoreSCPPPDigest kDefaultDialupPPP = {true, nil, nil, nil, nil, nil, nil};
+
+// Checks, before anything is made, that there is a modem to dial out
+// with: the port of the given device, which must be a modem, or else some
+// modem port. The library picks the same port; this only says clearly
+// why it would not find one.
+void CheckModemPort(Outcome* outcome, const Invocation& invocation) {
+    CFRef<CFArrayRef> ports = CopyPorts(outcome);
+    if (!outcome->ok()) return;
+    if (invocation.arguments.size() < 2) {
+        if (FindFirstModemPort(ports.get()) == nil) {
+            outcome->Fail("no network port is a modem (\"moresc ports\" lists them)");
+        }
+        return;
+    }
+    const std::string& device = invocation.arguments[1];
+    CFDictionaryRef port = FindPortByDevice(ports.get(), device);
+    if (port == nil) {
+        outcome->Fail("no network port has the device " + Quoted(device) + " (\"moresc ports\" lists them)");
+    } else if (!IsModemPort(port)) {
+        outcome->Fail("the network port of the device " + Quoted(device) + " is not a modem");
+    }
+}
+
+}  // namespace
+
+int AppleTalk(const Invocation& invocation) {
+    return invocation.arguments.empty() ? ShowAppleTalk(invocation) : SwitchAppleTalk(invocation);
+}
+
+int ListDHCPServices(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    std::string lines;
+    {
+        Session session(&outcome, Session::kRead);
+        CFRef<CFArrayRef> serviceIDs;
+        if (outcome.ok()) {
+            outcome.Check("MoreSCCreateActiveDHCPServicesArray", MoreSCCreateActiveDHCPServicesArray(serviceIDs.out()));
+        }
+        CFIndex count = outcome.ok() ? CFArrayGetCount(serviceIDs.get()) : 0;
+        for (CFIndex index = 0; index < count && outcome.ok(); ++index) {
+            CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(serviceIDs.get(), index));
+            std::string name = DHCPServiceName(&outcome, serviceID);
+            lines += TextOf(serviceID) + "\t" + name + "\n";
+        }
+    }
+    if (outcome.ok()) std::fputs(lines.c_str(), stdout);
+    return outcome.Finish();
+}
+
+int ReleaseDHCP(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    CFRef<CFStringRef> serviceID;
+    {
+        // The look-up locks the store, so that a store another program
+        // holds fails at once as with every change; the lock ends with it.
+        Session session(&outcome, Session::kChange);
+        if (outcome.ok()) serviceID = LookUpService(&outcome, nil, invocation.arguments[0]);
+    }
+    // The release saves and applies twice, in two sessions of its own: one
+    // of moresc around it would hold both saves back until its end, and the
+    // system would see only the final state, which is the first.
+    if (outcome.ok()) outcome.Check("MoreSCDHCPRelease", MoreSCDHCPRelease(serviceID.get()));
+    return outcome.Finish();
+}
+
+int NewDialupSet(const Invocation& invocation) {
+    Outcome outcome(invocation.subcommand->name);
+    CFRef<CFStringRef> name = NameArgument(&outcome, invocation.arguments[0]);
+    if (outcome.ok()) CheckModemPort(&outcome, invocation);
+    // A device that a port has is valid text; without one the library
+    // takes the first modem port.
+    CFRef<CFStringRef> device;
+    if (outcome.ok() && invocation.arguments.size() > 1) device.reset(CreateStringFromText(invocation.arguments[1]));
+    CFRef<CFStringRef> newSetID;
+    if (outcome.ok()) {
+        Session session(&outcome, Session::kChange);
+        if (outcome.ok()) {
+            outcome.Check("MoreSCMakeNewDialupSet", MoreSCMakeNewDialupSet(name.get(), device.get(), nil,
+                                                                           &kDefaultDialupPPP, nil, nil,
+                                                                           newSetID.out()));
+        }
+    }
+    if (outcome.ok()) std::printf("%s\n", TextOf(newSetID.get()).c_str());
+    return outcome.Finish();
+}
