@@ -1,10 +1,12 @@
 // Key-value tables. Entries live in a vector in insertion order, so every
-// enumeration is deterministic; a hash index maps each key to its slot, so
-// lookups, insertions and removals take constant time on average. A removed
-// entry leaves a tombstone in the vector, and the vector is compacted once
-// tombstones make up half of it, which keeps long runs of removals linear.
+// enumeration is deterministic. A small dictionary is searched entry by
+// entry; past a handful of entries an open-addressing index of entry
+// numbers makes lookups, insertions and removals constant time on average.
+// A removed entry leaves a tombstone in the vector, and the vector is
+// compacted once tombstones make up half of it, which keeps long runs of
+// removals linear.
+#include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/corefoundation/CFObjectsInternal.h"
@@ -30,35 +32,27 @@ struct __CFDictionary : __CFRuntimeBase {
     struct Entry {
         const void* key;
         const void* value;
-        bool live;
+        bool live() const { return key != &kRemoved; }
     };
-
-    // Hashing and equality of the index follow the key callbacks; without
-    // them keys are hashed and compared by address.
-    struct KeyHash {
-        const CFDictionaryKeyCallBacks* callBacks;
-        std::size_t operator()(const void* key) const {
-            return callBacks->hash != nil ? callBacks->hash(key) : std::hash<const void*>()(key);
-        }
-    };
-    struct KeyEqual {
-        const CFDictionaryKeyCallBacks* callBacks;
-        bool operator()(const void* a, const void* b) const {
-            return a == b || (callBacks->equal != nil && callBacks->equal(a, b));
-        }
-    };
+    // The key of a removed entry.
+    static const char kRemoved;
+    // Up to this many entries a lookup compares keys one by one; a store's
+    // dictionaries are mostly this small and need no hash index at all.
+    static constexpr std::size_t kLinearLimit = 8;
+    // Slots of the hash index: empty, or the index of an entry plus one.
+    static constexpr UInt32 kEmptySlot = 0;
+    static constexpr UInt32 kDeletedSlot = UINT32_MAX;
 
     __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks, const CFDictionaryValueCallBacks* valueCallBacks,
                    bool isMutable)
         : __CFRuntimeBase(cfrt::kDictionaryTypeID),
           keyCallBacks_(keyCallBacks != nil ? *keyCallBacks : CFDictionaryKeyCallBacks{}),
           valueCallBacks_(valueCallBacks != nil ? *valueCallBacks : CFDictionaryValueCallBacks{}),
-          mutable_(isMutable),
-          index_(0, KeyHash{&keyCallBacks_}, KeyEqual{&keyCallBacks_}) {}
+          mutable_(isMutable) {}
 
     ~__CFDictionary() override {
         for (const Entry& entry : entries_) {
-            if (!entry.live) continue;
+            if (!entry.live()) continue;
             releaseKey(entry.key);
             releaseValue(entry.value);
         }
@@ -68,7 +62,7 @@ struct __CFDictionary : __CFRuntimeBase {
         const __CFDictionary& that = *static_cast<const __CFDictionary*>(other);
         if (count() != that.count()) return false;
         for (const Entry& entry : entries_) {
-            if (!entry.live) continue;
+            if (!entry.live()) continue;
             const Entry* match = that.find(entry.key);
             if (match == nil || !equalValues(entry.value, match->value)) return false;
         }
@@ -81,18 +75,35 @@ struct __CFDictionary : __CFRuntimeBase {
         return cfrt::MakeString(text);
     }
 
-    std::size_t count() const { return index_.size(); }
+    std::size_t count() const { return entries_.size() - removed_; }
 
     const Entry* find(const void* key) const {
-        auto found = index_.find(key);
-        return found == index_.end() ? nil : &entries_[found->second];
+        if (index_.empty()) {
+            for (const Entry& entry : entries_) {
+                if (entry.live() && equalKeys(entry.key, key)) return &entry;
+            }
+            return nil;
+        }
+        std::size_t mask = index_.size() - 1;
+        for (std::size_t slot = hashKey(key) & mask;; slot = (slot + 1) & mask) {
+            UInt32 at = index_[slot];
+            if (at == kEmptySlot) return nil;
+            if (at != kDeletedSlot && equalKeys(entries_[at - 1].key, key)) return &entries_[at - 1];
+        }
     }
+
+    void reserve(std::size_t count) { entries_.reserve(count); }
 
     void add(const void* key, const void* value) {
         const void* ownKey = keyCallBacks_.retain != nil ? keyCallBacks_.retain(kCFAllocatorDefault, key) : key;
         const void* ownValue = retainValue(value);
-        entries_.push_back(Entry{ownKey, ownValue, true});
-        index_.emplace(ownKey, entries_.size() - 1);
+        entries_.push_back(Entry{ownKey, ownValue});
+        if (!index_.empty()) {
+            if (2 * entries_.size() > index_.size()) rebuildIndex();
+            else insertIntoIndex(entries_.size() - 1);
+        } else if (count() > kLinearLimit) {
+            rebuildIndex();
+        }
     }
 
     // The key keeps its place; the new value is retained before the old one
@@ -106,12 +117,18 @@ struct __CFDictionary : __CFRuntimeBase {
     }
 
     void remove(const void* key) {
-        auto found = index_.find(key);
-        if (found == index_.end()) return;
-        Entry removed = entries_[found->second];
-        entries_[found->second] = Entry{nil, nil, false};
-        index_.erase(found);
-        ++tombstones_;
+        const Entry* found = find(key);
+        if (found == nil) return;
+        std::size_t at = static_cast<std::size_t>(found - entries_.data());
+        Entry removed = entries_[at];
+        if (!index_.empty()) {
+            std::size_t mask = index_.size() - 1;
+            std::size_t slot = hashKey(removed.key) & mask;
+            while (index_[slot] != at + 1) slot = (slot + 1) & mask;
+            index_[slot] = kDeletedSlot;
+        }
+        entries_[at] = Entry{&kRemoved, nil};
+        ++removed_;
         compactIfSparse();
         releaseKey(removed.key);
         releaseValue(removed.value);
@@ -121,36 +138,49 @@ struct __CFDictionary : __CFRuntimeBase {
         std::vector<Entry> old;
         old.swap(entries_);
         index_.clear();
-        tombstones_ = 0;
+        removed_ = 0;
         for (const Entry& entry : old) {
-            if (!entry.live) continue;
+            if (!entry.live()) continue;
             releaseKey(entry.key);
             releaseValue(entry.value);
         }
     }
 
-    // Squeezes out tombstones once they make up half the storage, keeping
-    // the order of the live entries.
+    // Squeezes out removed entries once they make up half the storage,
+    // keeping the order of the live ones, so long runs of removals stay
+    // linear.
     void compactIfSparse() {
-        if (index_.empty()) {
-            entries_.clear();
-            tombstones_ = 0;
-            return;
-        }
-        if (tombstones_ < 16 || tombstones_ * 2 < entries_.size()) return;
-        std::vector<std::size_t> moved(entries_.size());
-        std::vector<Entry> live;
-        live.reserve(index_.size());
-        for (std::size_t i = 0; i < entries_.size(); ++i) {
-            if (!entries_[i].live) continue;
-            moved[i] = live.size();
-            live.push_back(entries_[i]);
-        }
-        for (auto& slot : index_) slot.second = moved[slot.second];
-        entries_.swap(live);
-        tombstones_ = 0;
+        if (removed_ < 16 && removed_ < entries_.size()) return;
+        if (2 * removed_ < entries_.size()) return;
+        std::erase_if(entries_, [](const Entry& entry) { return !entry.live(); });
+        removed_ = 0;
+        if (count() > kLinearLimit) rebuildIndex();
+        else index_.clear();
     }
 
+    void rebuildIndex() {
+        std::size_t size = 16;
+        while (size < 2 * entries_.size() + 2) size *= 2;
+        index_.assign(size, kEmptySlot);
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            if (entries_[i].live()) insertIntoIndex(i);
+        }
+    }
+    void insertIntoIndex(std::size_t at) {
+        if (at + 1 >= kDeletedSlot) cfrt::Fatal("CFDictionary: too many entries");
+        std::size_t mask = index_.size() - 1;
+        std::size_t slot = hashKey(entries_[at].key) & mask;
+        while (index_[slot] != kEmptySlot) slot = (slot + 1) & mask;
+        index_[slot] = static_cast<UInt32>(at + 1);
+    }
+
+    std::size_t hashKey(const void* key) const {
+        CFHashCode h = keyCallBacks_.hash != nil ? keyCallBacks_.hash(key) : reinterpret_cast<CFHashCode>(key);
+        return static_cast<std::size_t>(cfrt::MixHash(h));
+    }
+    bool equalKeys(const void* a, const void* b) const {
+        return a == b || (keyCallBacks_.equal != nil && keyCallBacks_.equal(a, b));
+    }
     const void* retainValue(const void* value) const {
         return valueCallBacks_.retain != nil ? valueCallBacks_.retain(kCFAllocatorDefault, value) : value;
     }
@@ -167,10 +197,12 @@ struct __CFDictionary : __CFRuntimeBase {
     CFDictionaryKeyCallBacks keyCallBacks_;
     CFDictionaryValueCallBacks valueCallBacks_;
     bool mutable_;
+    std::size_t removed_ = 0;
     std::vector<Entry> entries_;
-    std::size_t tombstones_ = 0;
-    std::unordered_map<const void*, std::size_t, KeyHash, KeyEqual> index_;
+    std::vector<UInt32> index_;  // empty while the dictionary is small
 };
+
+const char __CFDictionary::kRemoved = 0;
 
 namespace {
 
@@ -186,10 +218,9 @@ __CFDictionary& CheckedMutable(CFMutableDictionaryRef dict, const char* caller) 
 
 __CFDictionary* CopyOf(const __CFDictionary& source, bool isMutable) {
     __CFDictionary* dict = new __CFDictionary(&source.keyCallBacks_, &source.valueCallBacks_, isMutable);
-    dict->entries_.reserve(source.count());
-    dict->index_.reserve(source.count());
+    dict->reserve(source.count());
     for (const __CFDictionary::Entry& entry : source.entries_) {
-        if (entry.live) dict->add(entry.key, entry.value);
+        if (entry.live()) dict->add(entry.key, entry.value);
     }
     return dict;
 }
@@ -206,7 +237,7 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef theDict, int 
     }
     out += "{\n";
     for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (!entry.live) continue;
+        if (!entry.live()) continue;
         AppendIndent(out, depth + 1);
         AppendElementDescription(out, entry.key, dict.keyCallBacks_.copyDescription, depth + 1);
         out += " = ";
@@ -225,8 +256,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
     if (numValues < 0 || ((keys == nil || values == nil) && numValues > 0)) return nil;
     __CFDictionary* dict = new __CFDictionary(keyCallBacks, valueCallBacks, false);
-    dict->entries_.reserve(static_cast<std::size_t>(numValues));
-    dict->index_.reserve(static_cast<std::size_t>(numValues));
+    dict->reserve(static_cast<std::size_t>(numValues));
     for (CFIndex i = 0; i < numValues; ++i) {
         const __CFDictionary::Entry* existing = dict->find(keys[i]);
         if (existing != nil) {
@@ -278,7 +308,7 @@ Boolean CFDictionaryContainsKey(CFDictionaryRef theDict, const void* key) {
 Boolean CFDictionaryContainsValue(CFDictionaryRef theDict, const void* value) {
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryContainsValue");
     for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (entry.live && dict.equalValues(entry.value, value)) return true;
+        if (entry.live() && dict.equalValues(entry.value, value)) return true;
     }
     return false;
 }
@@ -287,7 +317,7 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, co
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetKeysAndValues");
     std::size_t out = 0;
     for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (!entry.live) continue;
+        if (!entry.live()) continue;
         if (keys != nil) keys[out] = entry.key;
         if (values != nil) values[out] = entry.value;
         ++out;
@@ -299,7 +329,7 @@ void CFDictionaryApplyFunction(CFDictionaryRef theDict, CFDictionaryApplierFunct
     if (applier == nil) return;
     for (std::size_t i = 0; i < dict.entries_.size(); ++i) {
         const __CFDictionary::Entry entry = dict.entries_[i];
-        if (entry.live) applier(entry.key, entry.value, context);
+        if (entry.live()) applier(entry.key, entry.value, context);
     }
 }
 

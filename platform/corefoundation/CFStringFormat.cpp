@@ -190,7 +190,7 @@ void Render(std::u16string& out, const Conversion& c, const Arg& v) {
         if (v.p != nil) {
             CFStringRef description = CFCopyDescription(v.p);
             if (description != nil) {
-                text = Checked(description, "CFStringCreateWithFormat").text_;
+                text = Checked(description, "CFStringCreateWithFormat").units();
                 CFRelease(description);
             }
         }
@@ -333,7 +333,7 @@ bool Parse(const std::u16string& fmt, std::size_t i, int& next, Conversion& c, s
 
 CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef, CFStringRef format,
                                                  va_list arguments) {
-    const std::u16string& fmt = Checked(format, "CFStringCreateWithFormatAndArguments").text_;
+    const std::u16string fmt = Checked(format, "CFStringCreateWithFormatAndArguments").units();
 
     // Pass 1: the conversions and the types of the arguments they take.
     std::vector<Conversion> conversions;
@@ -390,7 +390,7 @@ CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef
         Render(out, c, args[static_cast<std::size_t>(c.valueArg)]);
     }
     out.append(fmt, literalStart, std::u16string::npos);
-    return Make(std::move(out));
+    return Make(out);
 }
 
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions, CFStringRef format, ...) {
