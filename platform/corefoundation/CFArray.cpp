@@ -123,7 +123,10 @@ CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef theArray) {
 
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex capacity, const CFArrayCallBacks* callBacks) {
     if (capacity < 0) return nil;
-    return new __CFArray(callBacks, true);
+    __CFArray* array = new __CFArray(callBacks, true);
+    // A hint only (and not trusted past a sane size): it still grows past it.
+    array->values_.reserve(static_cast<std::size_t>(std::min<CFIndex>(capacity, 1 << 16)));
+    return array;
 }
 
 CFMutableArrayRef CFArrayCreateMutableCopy(CFAllocatorRef, CFIndex capacity, CFArrayRef theArray) {

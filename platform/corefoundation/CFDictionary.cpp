@@ -5,6 +5,7 @@
 // A removed entry leaves a tombstone in the vector, and the vector is
 // compacted once tombstones make up half of it, which keeps long runs of
 // removals linear.
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -276,7 +277,10 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex capacit
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks) {
     if (capacity < 0) return nil;
-    return new __CFDictionary(keyCallBacks, valueCallBacks, true);
+    __CFDictionary* dict = new __CFDictionary(keyCallBacks, valueCallBacks, true);
+    // A hint only (and not trusted past a sane size): it still grows past it.
+    dict->reserve(static_cast<std::size_t>(std::min<CFIndex>(capacity, 1 << 16)));
+    return dict;
 }
 
 CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex capacity, CFDictionaryRef theDict) {
