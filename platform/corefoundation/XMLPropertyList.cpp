@@ -384,10 +384,11 @@ private:
 
     bool value(CFTypeRef node, int depth) {
         if (node == nil) return fail("a value is missing");
-        if (depth > kPropertyListMaxDepth)
+        CFTypeID type = CFGetTypeID(node);
+        // The readers refuse what lies deeper, so it is never written.
+        if ((type == CFDictionaryGetTypeID() || type == CFArrayGetTypeID()) && depth >= kPropertyListMaxDepth)
             return fail("containers nested deeper than " + std::to_string(kPropertyListMaxDepth) + " levels");
         indent(depth);
-        CFTypeID type = CFGetTypeID(node);
         if (type == CFStringGetTypeID()) {
             out_ += "<string>";
             if (!text(static_cast<CFStringRef>(node))) return false;
