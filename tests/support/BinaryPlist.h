@@ -34,8 +34,9 @@ public:
         objects_[static_cast<std::size_t>(at)] = Object{Marker(0xA0, refs.size()), refs};
     }
 
-    // The file with `top` as its root, references of refSize bytes.
-    std::string file(int top, int refSize = 1) const {
+    // The file with `top` as its root, references of refSize bytes and
+    // offsets of offsetSize bytes.
+    std::string file(int top, int refSize = 1, int offsetSize = 4) const {
         std::string out = "bplist00";
         std::vector<uint64_t> offsets;
         for (const Object& object : objects_) {
@@ -44,9 +45,9 @@ public:
             for (int ref : object.refs) Put(out, static_cast<uint64_t>(ref), refSize);
         }
         uint64_t table = out.size();
-        for (uint64_t offset : offsets) Put(out, offset, 4);
+        for (uint64_t offset : offsets) Put(out, offset, offsetSize);
         out.append(6, '\0');
-        out += static_cast<char>(4);
+        out += static_cast<char>(offsetSize);
         out += static_cast<char>(refSize);
         Put(out, objects_.size(), 8);
         Put(out, static_cast<uint64_t>(top), 8);
