@@ -47,8 +47,8 @@ struct __CFDictionary : __CFRuntimeBase {
     __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks, const CFDictionaryValueCallBacks* valueCallBacks,
                    bool isMutable)
         : __CFRuntimeBase(cfrt::kDictionaryTypeID),
-          keyCallBacks_(keyCallBacks != nil ? *keyCallBacks : CFDictionaryKeyCallBacks{}),
-          valueCallBacks_(valueCallBacks != nil ? *valueCallBacks : CFDictionaryValueCallBacks{}),
+          keyCallBacks_(cfrt::InternCallBacks(keyCallBacks)),
+          valueCallBacks_(cfrt::InternCallBacks(valueCallBacks)),
           mutable_(isMutable) {}
 
     ~__CFDictionary() override {
@@ -96,7 +96,7 @@ struct __CFDictionary : __CFRuntimeBase {
     void reserve(std::size_t count) { entries_.reserve(count); }
 
     void add(const void* key, const void* value) {
-        const void* ownKey = keyCallBacks_.retain != nil ? keyCallBacks_.retain(kCFAllocatorDefault, key) : key;
+        const void* ownKey = keyCallBacks_->retain != nil ? keyCallBacks_->retain(kCFAllocatorDefault, key) : key;
         const void* ownValue = retainValue(value);
         entries_.push_back(Entry{ownKey, ownValue});
         if (!index_.empty()) {
@@ -176,27 +176,27 @@ struct __CFDictionary : __CFRuntimeBase {
     }
 
     std::size_t hashKey(const void* key) const {
-        CFHashCode h = keyCallBacks_.hash != nil ? keyCallBacks_.hash(key) : reinterpret_cast<CFHashCode>(key);
+        CFHashCode h = keyCallBacks_->hash != nil ? keyCallBacks_->hash(key) : reinterpret_cast<CFHashCode>(key);
         return static_cast<std::size_t>(cfrt::MixHash(h));
     }
     bool equalKeys(const void* a, const void* b) const {
-        return a == b || (keyCallBacks_.equal != nil && keyCallBacks_.equal(a, b));
+        return a == b || (keyCallBacks_->equal != nil && keyCallBacks_->equal(a, b));
     }
     const void* retainValue(const void* value) const {
-        return valueCallBacks_.retain != nil ? valueCallBacks_.retain(kCFAllocatorDefault, value) : value;
+        return valueCallBacks_->retain != nil ? valueCallBacks_->retain(kCFAllocatorDefault, value) : value;
     }
     void releaseValue(const void* value) const {
-        if (valueCallBacks_.release != nil) valueCallBacks_.release(kCFAllocatorDefault, value);
+        if (valueCallBacks_->release != nil) valueCallBacks_->release(kCFAllocatorDefault, value);
     }
     void releaseKey(const void* key) const {
-        if (keyCallBacks_.release != nil) keyCallBacks_.release(kCFAllocatorDefault, key);
+        if (keyCallBacks_->release != nil) keyCallBacks_->release(kCFAllocatorDefault, key);
     }
     bool equalValues(const void* a, const void* b) const {
-        return a == b || (valueCallBacks_.equal != nil && valueCallBacks_.equal(a, b));
+        return a == b || (valueCallBacks_->equal != nil && valueCallBacks_->equal(a, b));
     }
 
-    CFDictionaryKeyCallBacks keyCallBacks_;
-    CFDictionaryValueCallBacks valueCallBacks_;
+    const CFDictionaryKeyCallBacks* keyCallBacks_;
+    const CFDictionaryValueCallBacks* valueCallBacks_;
     bool mutable_;
     std::size_t removed_ = 0;
     std::vector<Entry> entries_;
@@ -218,7 +218,7 @@ __CFDictionary& CheckedMutable(CFMutableDictionaryRef dict, const char* caller) 
 }
 
 __CFDictionary* CopyOf(const __CFDictionary& source, bool isMutable) {
-    __CFDictionary* dict = new __CFDictionary(&source.keyCallBacks_, &source.valueCallBacks_, isMutable);
+    __CFDictionary* dict = new __CFDictionary(source.keyCallBacks_, source.valueCallBacks_, isMutable);
     dict->reserve(source.count());
     for (const __CFDictionary::Entry& entry : source.entries_) {
         if (entry.live()) dict->add(entry.key, entry.value);
@@ -240,9 +240,9 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef theDict, int 
     for (const __CFDictionary::Entry& entry : dict.entries_) {
         if (!entry.live()) continue;
         AppendIndent(out, depth + 1);
-        AppendElementDescription(out, entry.key, dict.keyCallBacks_.copyDescription, depth + 1);
+        AppendElementDescription(out, entry.key, dict.keyCallBacks_->copyDescription, depth + 1);
         out += " = ";
-        AppendElementDescription(out, entry.value, dict.valueCallBacks_.copyDescription, depth + 1);
+        AppendElementDescription(out, entry.value, dict.valueCallBacks_->copyDescription, depth + 1);
         out += ";\n";
     }
     AppendIndent(out, depth);

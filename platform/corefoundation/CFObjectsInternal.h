@@ -3,7 +3,10 @@
 // report, and the pieces of the nested description of containers.
 #pragma once
 
+#include <cstring>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/corefoundation/CFRuntime.h"
 
@@ -51,6 +54,23 @@ void AppendIndent(std::string& out, int depth);
 // opening bracket goes where out currently ends).
 void AppendArrayDescription(std::string& out, CFArrayRef array, int depth);
 void AppendDictionaryDescription(std::string& out, CFDictionaryRef dict, int depth);
+
+// One shared copy of each distinct set of container callbacks (nil stands
+// for all-empty ones), so that a container holds a pointer rather than its
+// own copy; copies live as long as the process.
+template <class CallBacks>
+const CallBacks* InternCallBacks(const CallBacks* callBacks) {
+    static const CallBacks kNone{};
+    if (callBacks == nullptr) return &kNone;
+    static std::mutex lock;
+    static auto* known = new std::vector<const CallBacks*>();
+    std::lock_guard<std::mutex> guard(lock);
+    for (const CallBacks* k : *known) {
+        if (k == callBacks || std::memcmp(k, callBacks, sizeof(CallBacks)) == 0) return k;
+    }
+    known->push_back(new CallBacks(*callBacks));
+    return known->back();
+}
 
 // Hash mixing for value hashes.
 inline CFHashCode MixHash(CFHashCode h) {

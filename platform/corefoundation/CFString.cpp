@@ -1,6 +1,7 @@
 // Strings: the object, creation, access, conversion to and from bytes in
 // the supported encodings, mutation, lower-casing, splitting, and the
 // table of constant strings that CFSTR hands out.
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstdio>
@@ -509,6 +510,25 @@ CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRe
 
 CFArrayRef CFStringCreateArrayBySeparatingStrings(CFAllocatorRef alloc, CFStringRef theString,
                                                   CFStringRef separatorString) {
+    __CFString::View textView = Checked(theString, "CFStringCreateArrayBySeparatingStrings").view();
+    __CFString::View separatorView = Checked(separatorString, "CFStringCreateArrayBySeparatingStrings").view();
+    if (!textView.wide && !separatorView.wide && separatorView.length == 1) {
+        // A one-byte text split at one character, as paths are at "/".
+        std::vector<const void*> pieces;
+        const UInt8* bytes = textView.narrow();
+        UInt8 at = separatorView.narrow()[0];
+        pieces.reserve(static_cast<std::size_t>(std::count(bytes, bytes + textView.length, at)) + 1);
+        std::size_t start = 0;
+        for (std::size_t i = 0; i <= textView.length; ++i) {
+            if (i < textView.length && bytes[i] != at) continue;
+            pieces.push_back(MakeNarrow(bytes + start, i - start));
+            start = i + 1;
+        }
+        CFArrayRef array =
+            CFArrayCreate(alloc, pieces.data(), static_cast<CFIndex>(pieces.size()), &kCFTypeArrayCallBacks);
+        for (const void* piece : pieces) CFRelease(piece);  // the array holds its own claims
+        return array;
+    }
     const std::u16string text = Checked(theString, "CFStringCreateArrayBySeparatingStrings").units();
     const std::u16string separator = Checked(separatorString, "CFStringCreateArrayBySeparatingStrings").units();
 

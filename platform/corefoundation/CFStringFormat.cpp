@@ -331,9 +331,50 @@ bool Parse(const std::u16string& fmt, std::size_t i, int& next, Conversion& c, s
 
 }  // namespace
 
+namespace {
+
+// The common case of a path joined from strings ("/%@/%@"): one-byte text
+// and "%@" conversions of one-byte strings, joined without the general
+// machinery. nil when the format or an argument is anything else.
+CFStringRef JoinStrings(const __CFString::View& format, va_list arguments) {
+    if (format.wide) return nil;
+    const UInt8* text = format.narrow();
+    for (std::size_t i = 0; i < format.length; ++i) {
+        if (text[i] != '%') continue;
+        if (i + 1 == format.length || text[i + 1] != '@') return nil;
+        ++i;
+    }
+    std::string out;
+    out.reserve(format.length + 64);
+    va_list ap;
+    va_copy(ap, arguments);
+    CFStringRef joined = nil;
+    bool plain = true;
+    for (std::size_t i = 0; plain && i < format.length; ++i) {
+        if (text[i] != '%') {
+            out += static_cast<char>(text[i]);
+            continue;
+        }
+        ++i;
+        const void* value = va_arg(ap, const void*);
+        plain = value != nil && CFGetTypeID(value) == CFStringGetTypeID();
+        if (!plain) break;
+        __CFString::View piece = static_cast<CFStringRef>(value)->view();
+        plain = !piece.wide;
+        if (plain) out.append(reinterpret_cast<const char*>(piece.narrow()), piece.length);
+    }
+    va_end(ap);
+    if (plain) joined = MakeNarrow(reinterpret_cast<const UInt8*>(out.data()), out.size());
+    return joined;
+}
+
+}  // namespace
+
 CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef, CFStringRef format,
                                                  va_list arguments) {
-    const std::u16string fmt = Checked(format, "CFStringCreateWithFormatAndArguments").units();
+    const __CFString& formatString = Checked(format, "CFStringCreateWithFormatAndArguments");
+    if (CFStringRef joined = JoinStrings(formatString.view(), arguments)) return joined;
+    const std::u16string fmt = formatString.units();
 
     // Pass 1: the conversions and the types of the arguments they take.
     std::vector<Conversion> conversions;

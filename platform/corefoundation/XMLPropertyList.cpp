@@ -102,7 +102,10 @@ public:
         for (const void* item : items_) {
             if (item != nil) CFRelease(item);
         }
-        for (auto& interned : interned_) CFRelease(interned.second);
+        for (CFStringRef interned : interned_) {
+            if (interned != nil) CFRelease(interned);
+        }
+        for (auto& integer : integers_) CFRelease(integer.second);
     }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -288,22 +291,45 @@ private:
     }
 
     // Short ASCII texts (keys above all) recur throughout a store: each is
-    // made once and shared.
+    // made once and shared, found again through an open-addressing table
+    // of the strings made so far.
     CFStringRef makeString(const std::string& text) {
         const std::size_t kInternedLength = 64;
         bool ascii = text.size() <= kInternedLength;
-        for (std::size_t i = 0; ascii && i < text.size(); ++i) ascii = static_cast<unsigned char>(text[i]) < 0x80;
-        if (!ascii) {
-            return cfstring::MakeFromUTF8(reinterpret_cast<const UInt8*>(text.data()), text.size());
+        std::uint64_t hash = 1469598103934665603ULL;
+        for (std::size_t i = 0; ascii && i < text.size(); ++i) {
+            unsigned char c = static_cast<unsigned char>(text[i]);
+            ascii = c < 0x80;
+            hash = (hash ^ c) * 1099511628211ULL;
         }
-        auto found = interned_.find(std::string_view(text));
-        if (found != interned_.end()) return static_cast<CFStringRef>(CFRetain(found->second));
+        if (!ascii) return cfstring::MakeFromUTF8(reinterpret_cast<const UInt8*>(text.data()), text.size());
+        if (2 * (internedCount_ + 1) > interned_.size()) growInterned();
+        std::size_t mask = interned_.size() - 1;
+        std::size_t slot = static_cast<std::size_t>(cfrt::MixHash(hash)) & mask;
+        for (; interned_[slot] != nil; slot = (slot + 1) & mask) {
+            __CFString::View known = interned_[slot]->view();
+            if (known.length == text.size() && std::memcmp(known.data, text.data(), text.size()) == 0)
+                return static_cast<CFStringRef>(CFRetain(interned_[slot]));
+        }
         __CFString* string = cfstring::MakeNarrow(reinterpret_cast<const UInt8*>(text.data()), text.size());
-        // The key views the string's own bytes, which live as long as the
-        // table's claim on it.
-        std::string_view key(reinterpret_cast<const char*>(string->view().narrow()), text.size());
-        interned_.emplace(key, static_cast<CFStringRef>(CFRetain(string)));
+        interned_[slot] = static_cast<CFStringRef>(CFRetain(string));
+        ++internedCount_;
         return string;
+    }
+
+    void growInterned() {
+        std::vector<CFStringRef> old(interned_.empty() ? 1024 : 2 * interned_.size(), nil);
+        old.swap(interned_);
+        std::size_t mask = interned_.size() - 1;
+        for (CFStringRef string : old) {
+            if (string == nil) continue;
+            __CFString::View view = string->view();
+            std::uint64_t hash = 1469598103934665603ULL;
+            for (std::size_t i = 0; i < view.length; ++i) hash = (hash ^ view.narrow()[i]) * 1099511628211ULL;
+            std::size_t slot = static_cast<std::size_t>(cfrt::MixHash(hash)) & mask;
+            while (interned_[slot] != nil) slot = (slot + 1) & mask;
+            interned_[slot] = string;
+        }
     }
 
     CFTypeRef makeInteger(std::string_view text) {
@@ -323,7 +349,10 @@ private:
         }
         // Values past the signed range are kept as their 64-bit pattern.
         SInt64 value = static_cast<SInt64>(negative ? UInt64(0) - magnitude : magnitude);
-        return CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value);
+        // Numbers cannot change: equal ones are made once and shared.
+        auto [slot, isNew] = integers_.try_emplace(value, nil);
+        if (isNew) slot->second = CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value);
+        return CFRetain(slot->second);
     }
 
     CFTypeRef makeReal(std::string_view text) {
@@ -347,7 +376,9 @@ private:
     std::string text_;
     std::string fault_;
     CFRef<CFTypeRef> root_;
-    std::unordered_map<std::string_view, CFStringRef> interned_;
+    std::vector<CFStringRef> interned_;  // owned claims; nil for a free slot
+    std::size_t internedCount_ = 0;
+    std::unordered_map<SInt64, CFNumberRef> integers_;             // owned claims
 };
 
 // ---------------------------------------------------------------------------
@@ -519,6 +550,20 @@ private:
     // one into a line feed).
     bool text(CFStringRef string) {
         __CFString::View view = string->view();
+        if (!view.wide) {
+            // Runs of plain ASCII go out whole.
+            const UInt8* bytes = view.narrow();
+            std::size_t i = 0;
+            while (i < view.length) {
+                std::size_t run = i;
+                while (run < view.length && IsPlain(bytes[run])) ++run;
+                out_.append(reinterpret_cast<const char*>(bytes + i), run - i);
+                if (run == view.length) return true;
+                if (!character(bytes[run])) return false;
+                i = run + 1;
+            }
+            return true;
+        }
         for (std::size_t i = 0; i < view.length; ++i) {
             char32_t c = view[i];
             if (c >= 0xD800 && c <= 0xDFFF) {
@@ -526,32 +571,40 @@ private:
                 if (!paired) return unwritable(c);
                 c = 0x10000 + ((c - 0xD800) << 10) + (view[++i] - 0xDC00);
             }
-            if (c < 0x80) {
-                switch (c) {
-                    case '&': out_ += "&amp;"; continue;
-                    case '<': out_ += "&lt;"; continue;
-                    case '>': out_ += "&gt;"; continue;
-                    case '\r': out_ += "&#13;"; continue;
-                    case '\t':
-                    case '\n': break;
-                    default:
-                        if (c < 0x20) return unwritable(c);
-                }
-                out_ += static_cast<char>(c);
-            } else if (c < 0x800) {
-                out_ += static_cast<char>(0xC0 | (c >> 6));
-                out_ += static_cast<char>(0x80 | (c & 0x3F));
-            } else if (c < 0x10000) {
-                if (c == 0xFFFE || c == 0xFFFF) return unwritable(c);
-                out_ += static_cast<char>(0xE0 | (c >> 12));
-                out_ += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-                out_ += static_cast<char>(0x80 | (c & 0x3F));
-            } else {
-                out_ += static_cast<char>(0xF0 | (c >> 18));
-                out_ += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-                out_ += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-                out_ += static_cast<char>(0x80 | (c & 0x3F));
+            if (!character(c)) return false;
+        }
+        return true;
+    }
+
+    static bool IsPlain(UInt8 c) { return c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != '>'; }
+
+    // One character (no surrogate) in UTF-8, escaped as text() says.
+    bool character(char32_t c) {
+        if (c < 0x80) {
+            switch (c) {
+                case '&': out_ += "&amp;"; return true;
+                case '<': out_ += "&lt;"; return true;
+                case '>': out_ += "&gt;"; return true;
+                case '\r': out_ += "&#13;"; return true;
+                case '\t':
+                case '\n': break;
+                default:
+                    if (c < 0x20) return unwritable(c);
             }
+            out_ += static_cast<char>(c);
+        } else if (c < 0x800) {
+            out_ += static_cast<char>(0xC0 | (c >> 6));
+            out_ += static_cast<char>(0x80 | (c & 0x3F));
+        } else if (c < 0x10000) {
+            if (c == 0xFFFE || c == 0xFFFF) return unwritable(c);
+            out_ += static_cast<char>(0xE0 | (c >> 12));
+            out_ += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out_ += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            out_ += static_cast<char>(0xF0 | (c >> 18));
+            out_ += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+            out_ += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out_ += static_cast<char>(0x80 | (c & 0x3F));
         }
         return true;
     }

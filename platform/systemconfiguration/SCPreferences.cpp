@@ -299,6 +299,9 @@ Boolean SCPreferencesCommitChanges(SCPreferencesRef ref) {
         prefs->savedBytes.clear();
         prefs->savedBytes.shrink_to_fit();
         std::string bytes;
+        // Room for the text at once: growing it step by step would hold two
+        // copies of it for a while.
+        bytes.reserve(static_cast<std::size_t>(prefs->savedStamp.size) * 9 / 8 + 4096);
         int error = 0;
         FileStamp written;
         if (!PropertyListEncodeFileBytes(prefs->tree.get(), prefs->format, &bytes, &fault)) {

@@ -23,6 +23,7 @@ bool SplitPath(CFStringRef path, PathComponents* components) {
     CFRef<CFArrayRef> pieces(CFStringCreateArrayBySeparatingStrings(kCFAllocatorDefault, path, CFSTR("/")));
     if (!pieces) return false;
     CFIndex count = CFArrayGetCount(pieces.get());
+    components->reserve(static_cast<std::size_t>(count));
     for (CFIndex i = 0; i < count; ++i) {
         CFStringRef piece = static_cast<CFStringRef>(CFArrayGetValueAtIndex(pieces.get(), i));
         if (CFStringGetLength(piece) > 0) components->push_back(CFRef<CFStringRef>::Retain(piece));
