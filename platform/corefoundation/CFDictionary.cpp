@@ -7,10 +7,12 @@
 // removals linear.
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
 #include "platform/corefoundation/CFObjectsInternal.h"
+#include "platform/corefoundation/CFStringInternal.h"
 
 namespace {
 
@@ -180,7 +182,46 @@ struct __CFDictionary : __CFRuntimeBase {
         return static_cast<std::size_t>(cfrt::MixHash(h));
     }
     bool equalKeys(const void* a, const void* b) const {
-        return a == b || (keyCallBacks_->equal != nil && keyCallBacks_->equal(a, b));
+        if (a == b) return true;
+        if (keyCallBacks_->equal == CFEqual) {
+            // Strings, the usual keys, compare here without the calls
+            // through the runtime.
+            const __CFRuntimeBase* x = _CFRuntimeBase(a);
+            const __CFRuntimeBase* y = _CFRuntimeBase(b);
+            if (x->typeID_ != y->typeID_) return false;
+            if (x->typeID_ == cfrt::kStringTypeID) return static_cast<const __CFString*>(x)->__CFString::equal(y);
+            return x->equal(y);
+        }
+        return keyCallBacks_->equal != nil && keyCallBacks_->equal(a, b);
+    }
+
+    const Entry* findText(const UInt8* text, std::size_t length) const {
+        auto matches = [&](const void* key) {
+            const __CFRuntimeBase* object = _CFRuntimeBase(key);
+            if (object->typeID_ != cfrt::kStringTypeID) return false;
+            __CFString::View view = static_cast<const __CFString*>(object)->view();
+            if (view.length != length) return false;
+            if (!view.wide) return length == 0 || std::memcmp(view.data, text, length) == 0;
+            for (std::size_t i = 0; i < length; ++i) {
+                if (view[i] != text[i]) return false;
+            }
+            return true;
+        };
+        if (index_.empty()) {
+            for (const Entry& entry : entries_) {
+                if (entry.live() && matches(entry.key)) return &entry;
+            }
+            return nil;
+        }
+        // The hash a string of this text has (see __CFString::hash).
+        std::uint64_t h = 1469598103934665603ULL;
+        for (std::size_t i = 0; i < length; ++i) h = (h ^ text[i]) * 1099511628211ULL;
+        std::size_t mask = index_.size() - 1;
+        for (std::size_t slot = cfrt::MixHash(static_cast<CFHashCode>(h)) & mask;; slot = (slot + 1) & mask) {
+            UInt32 at = index_[slot];
+            if (at == kEmptySlot) return nil;
+            if (at != kDeletedSlot && matches(entries_[at - 1].key)) return &entries_[at - 1];
+        }
     }
     const void* retainValue(const void* value) const {
         return valueCallBacks_->retain != nil ? valueCallBacks_->retain(kCFAllocatorDefault, value) : value;
@@ -247,6 +288,20 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef theDict, int 
     }
     AppendIndent(out, depth);
     out += "}";
+}
+
+void DictionaryAddNewKey(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
+    dict.add(key, value);
+}
+
+const void* DictionaryGetValueForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length,
+                                      bool* searched) {
+    const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetValue");
+    *searched = dict.keyCallBacks_->equal == CFEqual && dict.keyCallBacks_->hash == CFHash;
+    if (!*searched) return nil;
+    const __CFDictionary::Entry* entry = dict.findText(text, length);
+    return entry != nil ? entry->value : nil;
 }
 
 }  // namespace cfrt

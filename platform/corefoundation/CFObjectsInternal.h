@@ -55,6 +55,17 @@ void AppendIndent(std::string& out, int depth);
 void AppendArrayDescription(std::string& out, CFArrayRef array, int depth);
 void AppendDictionaryDescription(std::string& out, CFDictionaryRef dict, int depth);
 
+// Adds key and value to a mutable dictionary without looking for the key
+// first: the caller knows it is not there (a reader whose keys are unique
+// by identity, say). Retains both through the dictionary's callbacks.
+void DictionaryAddNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
+
+// The value for a key given as one-byte text (Latin-1 code units), in a
+// dictionary with the standard key callbacks, without making a string for
+// the key. *searched is false when the dictionary has other callbacks, and
+// then the caller must look the key up as a string.
+const void* DictionaryGetValueForText(CFDictionaryRef dict, const UInt8* text, std::size_t length, bool* searched);
+
 // One shared copy of each distinct set of container callbacks (nil stands
 // for all-empty ones), so that a container holds a pointer rather than its
 // own copy; copies live as long as the process.

@@ -232,7 +232,12 @@ private:
             CFMutableDictionaryRef dict = CFDictionaryCreateMutable(
                 kCFAllocatorDefault, static_cast<CFIndex>(count / 2), &kCFTypeDictionaryKeyCallBacks,
                 &kCFTypeDictionaryValueCallBacks);
-            for (std::size_t i = 0; i < count; i += 2) CFDictionarySetValue(dict, children[i], children[i + 1]);
+            if (keysDistinct(children, count)) {
+                for (std::size_t i = 0; i < count; i += 2) cfrt::DictionaryAddNewKey(dict, children[i], children[i + 1]);
+            } else {
+                // A key given twice keeps its first place and its last value.
+                for (std::size_t i = 0; i < count; i += 2) CFDictionarySetValue(dict, children[i], children[i + 1]);
+            }
             container = dict;
         } else {
             CFMutableArrayRef array =
@@ -243,6 +248,23 @@ private:
         for (std::size_t i = 0; i < count; ++i) CFRelease(children[i]);
         items_.resize(frame.firstItem);
         items_.push_back(container);
+    }
+
+    // Whether the keys among children (every other item) are known to
+    // differ: all interned, so that equal texts would be one object, and
+    // no object twice.
+    bool keysDistinct(const void** children, std::size_t count) {
+        keys_.clear();
+        for (std::size_t i = 0; i < count; i += 2) {
+            __CFString::View key = static_cast<CFStringRef>(children[i])->view();
+            if (key.wide || key.length > kInternedLength) return false;
+            for (std::size_t k = 0; k < key.length; ++k) {
+                if (key.narrow()[k] >= 0x80) return false;
+            }
+            keys_.push_back(children[i]);
+        }
+        std::sort(keys_.begin(), keys_.end());
+        return std::adjacent_find(keys_.begin(), keys_.end()) == keys_.end();
     }
 
     void text(const char* text, std::size_t length) {
@@ -293,8 +315,9 @@ private:
     // Short ASCII texts (keys above all) recur throughout a store: each is
     // made once and shared, found again through an open-addressing table
     // of the strings made so far.
+    static constexpr std::size_t kInternedLength = 64;
+
     CFStringRef makeString(const std::string& text) {
-        const std::size_t kInternedLength = 64;
         bool ascii = text.size() <= kInternedLength;
         std::uint64_t hash = 1469598103934665603ULL;
         for (std::size_t i = 0; ascii && i < text.size(); ++i) {
@@ -370,6 +393,7 @@ private:
     XML_Parser parser_;
     std::vector<Frame> frames_;
     std::vector<const void*> items_;  // owned claims on the open containers' children
+    std::vector<const void*> keys_;   // scratch for keysDistinct
     bool sawPlist_ = false;
     bool inLeaf_ = false;
     Element leaf_ = Element::Unknown;

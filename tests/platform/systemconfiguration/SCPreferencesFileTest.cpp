@@ -146,3 +146,68 @@ TEST_F(SCPreferencesFileTest, ASaveClearsCrashedSavesLeftoversAndNothingElse) {
 }
 
 }  // namespace
+
+namespace {
+
+// Paths of one-byte text are walked without making strings; others by
+// the general walk. Both must agree: the same store is built twice, once
+// with plain keys and once with every key ending in "€", and every lookup
+// gives the same status and node in both.
+TEST_F(SCPreferencesFileTest, OneByteAndWidePathsWalkAlike) {
+    for (const char* suffix : {"", "\xE2\x82\xAC"}) {
+        SCOPED_TRACE(*suffix ? "wide" : "one-byte");
+        auto path = [&](const std::string& plain) {
+            std::string text;
+            for (std::size_t i = 0; i < plain.size(); ++i) {
+                text += plain[i];
+                bool endOfKey = plain[i] != '/' && (i + 1 == plain.size() || plain[i + 1] == '/');
+                if (endOfKey) text += suffix;
+            }
+            return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+        };
+        Prefs prefs = Open();
+        ASSERT_TRUE(prefs);
+        CFRef<CFMutableDictionaryRef> entity(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                                       &kCFTypeDictionaryValueCallBacks));
+        CFDictionarySetValue(entity.get(), path("k").get(), path("v").get());
+        ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), path("/S/7/P").get(), entity.get()));
+        ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), path("/L/7").get(), path("/S/7").get()));
+        ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), path("/LL").get(), path("/L/7").get()));
+        ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), path("/A").get(), path("/B").get()));
+        ASSERT_TRUE(SCPreferencesPathSetLink(prefs.get(), path("/B").get(), path("/A").get()));
+        CFRef<CFMutableDictionaryRef> relative(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                                         &kCFTypeDictionaryValueCallBacks));
+        CFDictionarySetValue(relative.get(), CFSTR("__LINK__"), path("S/7").get());
+        ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), path("/R").get(), relative.get()));
+
+        struct Lookup {
+            const char* path;
+            int value;  // status of SCPreferencesPathGetValue
+            int link;   // status of SCPreferencesPathGetLink
+        } lookups[] = {
+            {"/S/7/P", kSCStatusOK, kSCStatusNoKey},
+            {"//L///7/P/", kSCStatusOK, kSCStatusNoKey},
+            {"/LL/P", kSCStatusOK, kSCStatusNoKey},
+            {"/L/7", kSCStatusOK, kSCStatusOK},
+            {"/LL", kSCStatusOK, kSCStatusOK},
+            {"/S/7/P/k", kSCStatusNoKey, kSCStatusNoKey},
+            {"/S/8", kSCStatusNoKey, kSCStatusNoKey},
+            {"/A/x", kSCStatusMaxLink, kSCStatusMaxLink},
+            {"/R/P", kSCStatusNoKey, kSCStatusNoKey},
+            {"S/7", kSCStatusInvalidArgument, kSCStatusInvalidArgument},
+        };
+        for (const Lookup& l : lookups) {
+            SCOPED_TRACE(l.path);
+            CFDictionaryRef value = SCPreferencesPathGetValue(prefs.get(), path(l.path).get());
+            EXPECT_EQ(SCError(), l.value);
+            EXPECT_EQ(value != nullptr, l.value == kSCStatusOK);
+            CFStringRef link = SCPreferencesPathGetLink(prefs.get(), path(l.path).get());
+            EXPECT_EQ(SCError(), l.link);
+            EXPECT_EQ(link != nullptr, l.link == kSCStatusOK);
+        }
+        EXPECT_TRUE(CFEqual(SCPreferencesPathGetValue(prefs.get(), path("/LL/P").get()), entity.get()));
+        EXPECT_TRUE(CFEqual(SCPreferencesPathGetLink(prefs.get(), path("/LL").get()), path("/L/7").get()));
+    }
+}
+
+}  // namespace
