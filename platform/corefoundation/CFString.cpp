@@ -399,14 +399,6 @@ using namespace cfstring;
 // ---------------------------------------------------------------------------
 // The object
 
-__CFString::View __CFString::view() const {
-    if (mutable_) {
-        const std::u16string& text = static_cast<const __CFMutableString*>(this)->text_;
-        return View{text.data(), text.size(), true};
-    }
-    return View{reinterpret_cast<const UInt8*>(this) + sizeof(__CFString), length_, wide_};
-}
-
 std::u16string __CFString::units() const {
     View text = view();
     if (text.wide) return std::u16string(text.units(), text.length);

@@ -59,6 +59,14 @@ struct __CFMutableString final : __CFString {
     std::u16string text_;
 };
 
+inline __CFString::View __CFString::view() const {
+    if (mutable_) {
+        const std::u16string& text = static_cast<const __CFMutableString*>(this)->text_;
+        return View{text.data(), text.size(), true};
+    }
+    return View{reinterpret_cast<const UInt8*>(this) + sizeof(__CFString), length_, wide_};
+}
+
 namespace cfstring {
 
 // A new immutable string (retain count 1) holding text; narrow when it fits.

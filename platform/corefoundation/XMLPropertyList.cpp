@@ -263,6 +263,14 @@ private:
             }
             keys_.push_back(children[i]);
         }
+        if (keys_.size() <= 16) {
+            for (std::size_t i = 1; i < keys_.size(); ++i) {
+                for (std::size_t k = 0; k < i; ++k) {
+                    if (keys_[i] == keys_[k]) return false;
+                }
+            }
+            return true;
+        }
         std::sort(keys_.begin(), keys_.end());
         return std::adjacent_find(keys_.begin(), keys_.end()) == keys_.end();
     }
