@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <deque>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -481,11 +482,18 @@ private:
             out_ += "<dict/>\n";
             return true;
         }
-        std::vector<const void*> keys(static_cast<std::size_t>(count)), values(static_cast<std::size_t>(count));
+        // Each depth has its own scratch lists, reused from one dictionary
+        // to the next.
+        if (scratch_.size() <= static_cast<std::size_t>(depth)) scratch_.resize(static_cast<std::size_t>(depth) + 1);
+        Scratch& lists = scratch_[static_cast<std::size_t>(depth)];
+        std::vector<const void*>& keys = lists.keys;
+        std::vector<const void*>& values = lists.values;
+        keys.resize(static_cast<std::size_t>(count));
+        values.resize(static_cast<std::size_t>(count));
         CFDictionaryGetKeysAndValues(dict, keys.data(), values.data());
         // Keys in the order macOS writes them: by UTF-16 code units.
-        std::vector<std::pair<__CFString::View, std::size_t>> order;
-        order.reserve(keys.size());
+        std::vector<std::pair<__CFString::View, std::size_t>>& order = lists.order;
+        order.clear();
         for (std::size_t i = 0; i < keys.size(); ++i) {
             if (CFGetTypeID(keys[i]) != CFStringGetTypeID()) return fail("a dictionary key is not a string");
             order.emplace_back(static_cast<CFStringRef>(keys[i])->view(), i);
@@ -647,8 +655,14 @@ private:
         return fail(std::string("a string holds ") + code + ", which an XML property list cannot carry");
     }
 
+    struct Scratch {
+        std::vector<const void*> keys, values;
+        std::vector<std::pair<__CFString::View, std::size_t>> order;
+    };
+
     std::string& out_;
     std::string& fault_;
+    std::deque<Scratch> scratch_;  // a deque: growing it keeps the outer levels' lists in place
 };
 
 }  // namespace
