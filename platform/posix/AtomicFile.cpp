@@ -170,7 +170,7 @@ int RemoveLeftoverTemporaryFiles(const std::string& path) {
 }
 
 bool WriteFileAtomically(const std::string& path, const std::string& bytes, std::string* fault, int* error,
-                         FileStamp* written) {
+                         FileStamp* written, bool durable) {
     std::filesystem::path target(path);
     std::filesystem::path folder = target.parent_path();
 
@@ -207,7 +207,7 @@ bool WriteFileAtomically(const std::string& path, const std::string& bytes, std:
         ::_exit(kAtomicFileInterruptedExitStatus);
     } else if (!WriteAll(temp.get(), bytes.data(), bytes.size())) {
         step = "cannot write";
-    } else if (::fsync(temp.get()) != 0) {
+    } else if (durable && ::fsync(temp.get()) != 0) {
         step = "cannot flush to disk";
     } else if (written != nullptr && ::fstat(temp.get(), &old) != 0) {
         step = "cannot read the file's status";
@@ -227,6 +227,7 @@ bool WriteFileAtomically(const std::string& path, const std::string& bytes, std:
 
     // Flush the folder so that the rename is on disk too. The new contents
     // are already in place; a folder that cannot be flushed is no failure.
+    if (!durable) return true;
     FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory.get() >= 0) ::fsync(directory.get());
     return true;

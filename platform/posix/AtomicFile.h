@@ -54,9 +54,12 @@ FileReadResult StampFile(const std::string& path, FileStamp* stamp, int* error);
 // file keeps the old one's permission bits, or gets 0644 when there was
 // none. On success *written (when given) holds the stamp of the new file.
 // On failure returns false, sets *fault to what went wrong and *error to
-// errno, and leaves the old file as it was.
+// errno, and leaves the old file as it was. Without durable, the file and
+// its folder are not flushed to disk: readers still see the old file or
+// the new one whole, but a crash of the machine may lose the new one (for
+// run-time state that does not outlive a restart anyway).
 bool WriteFileAtomically(const std::string& path, const std::string& bytes, std::string* fault, int* error,
-                         FileStamp* written = nullptr);
+                         FileStamp* written = nullptr, bool durable = true);
 
 // Removes the temporary files that interrupted writes of path left behind:
 // regular files in path's folder named "." + its name + "." and six letters

@@ -341,7 +341,10 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     } else if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &bytes, &fault)) {
         status = kSCStatusFailed;
     }
-    if (status == kSCStatusOK && !WriteFileAtomically(applied, bytes, &fault, &error)) status = kSCStatusFailed;
+    // Run-time state lasts until the next restart only: it is replaced
+    // whole, but not flushed to disk.
+    if (status == kSCStatusOK && !WriteFileAtomically(applied, bytes, &fault, &error, nullptr, false))
+        status = kSCStatusFailed;
     if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
     return Finish(status);
 }
