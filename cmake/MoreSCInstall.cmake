@@ -11,7 +11,7 @@ option(TARNWICK_INSTALL "Generate the install rules" ${PROJECT_IS_TOP_LEVEL})
 
 # The pkg-config modules that a program linking the installed library needs
 # too. The CMake package and moresc.pc both take them from this one list.
-set(MORESC_PACKAGE_REQUIRES libplist-2.0)
+set(MORESC_PACKAGE_REQUIRES expat)
 
 # moresc(8): its table of statuses is made from the list that moresc's
 # failure messages use (moresc/StatusTable.def), one ".TP" entry a status.

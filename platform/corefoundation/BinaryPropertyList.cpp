@@ -2,8 +2,12 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <unordered_map>
 #include <vector>
+
+#include "platform/corefoundation/CFStringInternal.h"
+#include "platform/corefoundation/PropertyListFile.h"
 
 namespace {
 
@@ -55,11 +59,14 @@ public:
     explicit Encoder(std::string* fault) : fault_(fault) {}
 
     // Adds value and everything under it; returns its object number, or -1.
-    int64_t add(CFTypeRef value) {
+    int64_t add(CFTypeRef value, int depth = 0) {
         if (value == nil) return fail("a value is missing");
         CFTypeID type = CFGetTypeID(value);
-        if (type == CFDictionaryGetTypeID()) return addDictionary(static_cast<CFDictionaryRef>(value));
-        if (type == CFArrayGetTypeID()) return addArray(static_cast<CFArrayRef>(value));
+        if (type == CFDictionaryGetTypeID() || type == CFArrayGetTypeID()) {
+            if (depth >= kPropertyListMaxDepth) return fail("containers nested too deep");
+            if (type == CFDictionaryGetTypeID()) return addDictionary(static_cast<CFDictionaryRef>(value), depth + 1);
+            return addArray(static_cast<CFArrayRef>(value), depth + 1);
+        }
 
         std::string encoded;
         if (type == CFStringGetTypeID()) {
@@ -137,7 +144,7 @@ private:
         return static_cast<int64_t>(objects_.size() - 1);
     }
 
-    int64_t addDictionary(CFDictionaryRef dict) {
+    int64_t addDictionary(CFDictionaryRef dict, int depth) {
         CFIndex count = CFDictionaryGetCount(dict);
         std::vector<const void*> keys(static_cast<std::size_t>(count)), values(static_cast<std::size_t>(count));
         CFDictionaryGetKeysAndValues(dict, keys.data(), values.data());
@@ -151,7 +158,7 @@ private:
             refs.push_back(ref);
         }
         for (const void* value : values) {
-            int64_t ref = add(value);
+            int64_t ref = add(value, depth);
             if (ref < 0) return -1;
             refs.push_back(ref);
         }
@@ -159,13 +166,13 @@ private:
         return self;
     }
 
-    int64_t addArray(CFArrayRef array) {
+    int64_t addArray(CFArrayRef array, int depth) {
         CFIndex count = CFArrayGetCount(array);
         int64_t self = addContainer(kMarkerArray, count);
         std::vector<int64_t> refs;
         refs.reserve(static_cast<std::size_t>(count));
         for (CFIndex i = 0; i < count; ++i) {
-            int64_t ref = add(CFArrayGetValueAtIndex(array, i));
+            int64_t ref = add(CFArrayGetValueAtIndex(array, i), depth);
             if (ref < 0) return -1;
             refs.push_back(ref);
         }
@@ -200,4 +207,288 @@ bool BinaryPropertyListEncode(CFPropertyListRef root, std::string* bytes, std::s
     if (top < 0) return false;
     encoder.write(top, bytes);
     return true;
+}
+
+// ---------------------------------------------------------------------------
+// Reading
+
+namespace {
+
+const std::size_t kTrailerSize = 32;
+
+const char* TypeNameOfMarker(uint8_t marker) {
+    switch (marker >> 4) {
+        case 0x0: return marker == 0x00 ? "null" : "fill";
+        case 0x3: return "date";
+        case 0x7: return "UTF-8 string";
+        case 0x8: return "uid";
+        case 0xB: return "ordered set";
+        case 0xC: return "set";
+        default: return "unknown";
+    }
+}
+
+uint64_t ReadBigEndian(const uint8_t* at, unsigned size) {
+    uint64_t value = 0;
+    for (unsigned i = 0; i < size; ++i) value = (value << 8) | at[i];
+    return value;
+}
+
+// Reads the objects of a file into a tree without recursion: open
+// containers wait on an explicit stack. Every offset, count and length is
+// checked against the file before it is used; a container that contains
+// itself, nesting past kPropertyListMaxDepth, and a tree that would expand
+// to more values than the file has bytes (shared containers are copied per
+// reference) are refused.
+class Decoder {
+public:
+    Decoder(const std::string& bytes, std::string* fault)
+        : data_(reinterpret_cast<const uint8_t*>(bytes.data())), size_(bytes.size()), fault_(fault) {}
+
+    ~Decoder() {
+        for (auto& frame : stack_) {
+            for (const void* item : frame.items) CFRelease(item);
+        }
+        for (auto& leaf : leaves_) CFRelease(leaf.second);
+    }
+    Decoder(const Decoder&) = delete;
+    Decoder& operator=(const Decoder&) = delete;
+
+    CFPropertyListRef decode() {
+        if (size_ < 8 + kTrailerSize + 1) return fail("malformed binary property list: too short");
+        const uint8_t* trailer = data_ + size_ - kTrailerSize;
+        offsetSize_ = trailer[6];
+        refSize_ = trailer[7];
+        count_ = ReadBigEndian(trailer + 8, 8);
+        uint64_t top = ReadBigEndian(trailer + 16, 8);
+        tableOffset_ = ReadBigEndian(trailer + 24, 8);
+        std::size_t objectsEnd = size_ - kTrailerSize;
+        if (offsetSize_ < 1 || offsetSize_ > 8 || refSize_ < 1 || refSize_ > 8 || count_ == 0 || top >= count_ ||
+            tableOffset_ < 8 || tableOffset_ > objectsEnd || count_ > (objectsEnd - tableOffset_) / offsetSize_)
+            return fail("malformed binary property list: the trailer does not fit the file");
+        limit_ = size_;
+        onPath_.assign(count_, false);
+
+        CFTypeRef root = nil;
+        if (!start(top, &root)) return nil;
+        while (!stack_.empty()) {
+            Frame& frame = stack_.back();
+            std::size_t total = frame.isDictionary ? 2 * frame.count : frame.count;
+            if (frame.items.size() == total) {
+                CFTypeRef done = finish(frame);
+                onPath_[frame.object] = false;
+                stack_.pop_back();
+                if (stack_.empty()) {
+                    root = done;
+                } else {
+                    stack_.back().items.push_back(done);
+                }
+                continue;
+            }
+            std::size_t position = frame.items.size();
+            bool isKey = frame.isDictionary && position % 2 == 0;
+            // Keys are stored first, then the values: item 2i is key i, item
+            // 2i+1 value i.
+            std::size_t slot = frame.isDictionary ? (isKey ? position / 2 : frame.count + position / 2) : position;
+            uint64_t child = ReadBigEndian(frame.refs + slot * refSize_, refSize_);
+            if (child >= count_) return fail("malformed binary property list: a reference past the last object");
+            CFTypeRef value = nil;
+            if (!start(child, &value, isKey)) return nil;
+            if (value != nil) stack_.back().items.push_back(value);
+        }
+        return root;
+    }
+
+private:
+    struct Frame {
+        uint64_t object;
+        bool isDictionary;
+        uint64_t count;
+        const uint8_t* refs;
+        std::vector<const void*> items;  // owned: keys and values alternate in a dictionary
+    };
+
+    CFTypeRef fail(const std::string& fault) {
+        *fault_ = fault;
+        return nil;
+    }
+
+    // Makes the object, or opens a frame for it when it is a container
+    // (then *value stays nil). False on a fault.
+    bool start(uint64_t object, CFTypeRef* value, bool mustBeString = false) {
+        if (++made_ > limit_) {
+            fail("malformed binary property list: its objects expand to more values than the file has bytes");
+            return false;
+        }
+        std::size_t at = 0;
+        if (!offsetOf(object, &at)) return false;
+        uint8_t marker = data_[at];
+        uint8_t type = marker >> 4;
+        bool isString = type == 0x5 || type == 0x6;
+        if (mustBeString && !isString) {
+            fail("malformed binary property list: a dictionary key is not a string");
+            return false;
+        }
+        if (type == 0xA || type == 0xD) return open(object, at, type == 0xD);
+        auto cached = leaves_.find(object);
+        if (cached != leaves_.end()) {
+            *value = CFRetain(cached->second);
+            return true;
+        }
+        *value = leaf(at);
+        if (*value == nil) return false;
+        leaves_.emplace(object, CFRetain(*value));
+        return true;
+    }
+
+    bool offsetOf(uint64_t object, std::size_t* at) {
+        uint64_t offset = ReadBigEndian(data_ + tableOffset_ + object * offsetSize_, offsetSize_);
+        if (offset < 8 || offset >= tableOffset_) {
+            fail("malformed binary property list: an object offset outside the file");
+            return false;
+        }
+        *at = static_cast<std::size_t>(offset);
+        return true;
+    }
+
+    // The count of a string, data or container at `at`, and where its
+    // contents begin; false when it does not fit before the offset table.
+    bool countOf(std::size_t at, uint64_t unitSize, uint64_t* count, std::size_t* contents) {
+        uint8_t low = data_[at] & 0x0F;
+        std::size_t next = at + 1;
+        if (low != 0x0F) {
+            *count = low;
+        } else {
+            if (next >= tableOffset_ || (data_[next] >> 4) != 0x1 || (data_[next] & 0x0F) > 3) {
+                fail("malformed binary property list: a bad length");
+                return false;
+            }
+            unsigned size = 1u << (data_[next] & 0x0F);
+            if (next + 1 + size > tableOffset_) {
+                fail("malformed binary property list: a length past the objects");
+                return false;
+            }
+            *count = ReadBigEndian(data_ + next + 1, size);
+            next += 1 + size;
+        }
+        *contents = next;
+        if (*count > (tableOffset_ - next) / unitSize) {
+            fail("malformed binary property list: an object runs past the objects");
+            return false;
+        }
+        return true;
+    }
+
+    bool open(uint64_t object, std::size_t at, bool isDictionary) {
+        if (onPath_[object]) {
+            fail("malformed binary property list: a container contains itself");
+            return false;
+        }
+        if (stack_.size() >= static_cast<std::size_t>(kPropertyListMaxDepth)) {
+            fail("containers nested deeper than " + std::to_string(kPropertyListMaxDepth) + " levels");
+            return false;
+        }
+        uint64_t count = 0;
+        std::size_t contents = 0;
+        if (!countOf(at, isDictionary ? 2 * refSize_ : refSize_, &count, &contents)) return false;
+        onPath_[object] = true;
+        stack_.push_back(Frame{object, isDictionary, count, data_ + contents, {}});
+        stack_.back().items.reserve(static_cast<std::size_t>(isDictionary ? 2 * count : count));
+        return true;
+    }
+
+    CFTypeRef finish(Frame& frame) {
+        CFIndex count = static_cast<CFIndex>(frame.count);
+        CFTypeRef container;
+        if (frame.isDictionary) {
+            CFMutableDictionaryRef dict = CFDictionaryCreateMutable(kCFAllocatorDefault, count, &kCFTypeDictionaryKeyCallBacks,
+                                                                    &kCFTypeDictionaryValueCallBacks);
+            for (std::size_t i = 0; i + 1 < frame.items.size(); i += 2)
+                CFDictionarySetValue(dict, frame.items[i], frame.items[i + 1]);
+            container = dict;
+        } else {
+            CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, count, &kCFTypeArrayCallBacks);
+            for (const void* item : frame.items) CFArrayAppendValue(array, item);
+            container = array;
+        }
+        for (const void* item : frame.items) CFRelease(item);
+        frame.items.clear();
+        return container;
+    }
+
+    CFTypeRef leaf(std::size_t at) {
+        uint8_t marker = data_[at];
+        uint8_t low = marker & 0x0F;
+        switch (marker >> 4) {
+            case 0x0:
+                if (marker == kMarkerFalse) return CFRetain(kCFBooleanFalse);
+                if (marker == kMarkerTrue) return CFRetain(kCFBooleanTrue);
+                break;
+            case 0x1: {
+                // 1, 2, 4 and 8 bytes; 16 bytes when the value fits in 64 bits.
+                if (low > 4) break;
+                unsigned size = 1u << low;
+                if (at + 1 + size > tableOffset_) return fail("malformed binary property list: an integer runs past the objects");
+                if (size == 16 && ReadBigEndian(data_ + at + 1, 8) != 0)
+                    return fail("malformed binary property list: an integer wider than 64 bits");
+                SInt64 value = static_cast<SInt64>(ReadBigEndian(data_ + at + 1 + (size == 16 ? 8 : 0), size == 16 ? 8 : size));
+                return CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value);
+            }
+            case 0x2: {
+                if (low != 2 && low != 3) break;
+                unsigned size = 1u << low;
+                if (at + 1 + size > tableOffset_) return fail("malformed binary property list: a real runs past the objects");
+                uint64_t bits = ReadBigEndian(data_ + at + 1, size);
+                double value;
+                if (size == 4) {
+                    uint32_t narrow = static_cast<uint32_t>(bits);
+                    float single;
+                    std::memcpy(&single, &narrow, sizeof single);
+                    value = single;
+                } else {
+                    std::memcpy(&value, &bits, sizeof value);
+                }
+                return CFNumberCreate(kCFAllocatorDefault, kCFNumberFloat64Type, &value);
+            }
+            case 0x4:
+            case 0x5:
+            case 0x6: {
+                bool wide = (marker >> 4) == 0x6;
+                uint64_t count = 0;
+                std::size_t contents = 0;
+                if (!countOf(at, wide ? 2 : 1, &count, &contents)) return nil;
+                const uint8_t* bytes = data_ + contents;
+                if ((marker >> 4) == 0x4) return CFDataCreate(kCFAllocatorDefault, bytes, static_cast<CFIndex>(count));
+                // Every character is kept, U+0000 included.
+                if (!wide) return cfstring::MakeNarrow(bytes, static_cast<std::size_t>(count));
+                std::u16string units(static_cast<std::size_t>(count), u'\0');
+                for (std::size_t i = 0; i < units.size(); ++i)
+                    units[i] = static_cast<char16_t>((bytes[2 * i] << 8) | bytes[2 * i + 1]);
+                return cfstring::Make(units);
+            }
+            default:
+                break;
+        }
+        return fail(std::string("unsupported value of type ") + TypeNameOfMarker(marker));
+    }
+
+    const uint8_t* data_;
+    std::size_t size_;
+    std::string* fault_;
+    unsigned offsetSize_ = 0;
+    unsigned refSize_ = 0;
+    uint64_t count_ = 0;
+    std::size_t tableOffset_ = 0;
+    uint64_t made_ = 0;
+    uint64_t limit_ = 0;
+    std::vector<bool> onPath_;
+    std::vector<Frame> stack_;
+    std::unordered_map<uint64_t, CFTypeRef> leaves_;  // owned: leaves made once and shared
+};
+
+}  // namespace
+
+CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault) {
+    Decoder decoder(bytes, fault);
+    return decoder.decode();
 }

@@ -18,7 +18,7 @@ const CFArrayCallBacks kCFTypeArrayCallBacks = {0, RetainObject, ReleaseObject, 
 
 struct __CFArray : __CFRuntimeBase {
     __CFArray(const CFArrayCallBacks* callBacks, bool isMutable)
-        : __CFRuntimeBase(cfrt::kArrayTypeID), callBacks_(callBacks != nil ? *callBacks : CFArrayCallBacks{}),
+        : __CFRuntimeBase(cfrt::kArrayTypeID), callBacks_(cfrt::InternCallBacks(callBacks)),
           mutable_(isMutable) {}
     ~__CFArray() override {
         for (const void* value : values_) releaseValue(value);
@@ -40,16 +40,16 @@ struct __CFArray : __CFRuntimeBase {
     }
 
     const void* retainValue(const void* value) const {
-        return callBacks_.retain != nil ? callBacks_.retain(kCFAllocatorDefault, value) : value;
+        return callBacks_->retain != nil ? callBacks_->retain(kCFAllocatorDefault, value) : value;
     }
     void releaseValue(const void* value) const {
-        if (callBacks_.release != nil) callBacks_.release(kCFAllocatorDefault, value);
+        if (callBacks_->release != nil) callBacks_->release(kCFAllocatorDefault, value);
     }
     bool equalValues(const void* a, const void* b) const {
-        return a == b || (callBacks_.equal != nil && callBacks_.equal(a, b));
+        return a == b || (callBacks_->equal != nil && callBacks_->equal(a, b));
     }
 
-    CFArrayCallBacks callBacks_;
+    const CFArrayCallBacks* callBacks_;
     bool mutable_;
     std::vector<const void*> values_;
 };
@@ -96,7 +96,7 @@ void AppendArrayDescription(std::string& out, CFArrayRef theArray, int depth) {
     out += "(\n";
     for (std::size_t i = 0; i < array.values_.size(); ++i) {
         AppendIndent(out, depth + 1);
-        AppendElementDescription(out, array.values_[i], array.callBacks_.copyDescription, depth + 1);
+        AppendElementDescription(out, array.values_[i], array.callBacks_->copyDescription, depth + 1);
         out += i + 1 < array.values_.size() ? ",\n" : "\n";
     }
     AppendIndent(out, depth);
@@ -115,7 +115,7 @@ CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex numValues,
 
 CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef theArray) {
     const __CFArray& source = Checked(theArray, "CFArrayCreateCopy");
-    __CFArray* array = new __CFArray(&source.callBacks_, false);
+    __CFArray* array = new __CFArray(source.callBacks_, false);
     array->values_.reserve(source.values_.size());
     for (const void* value : source.values_) array->values_.push_back(array->retainValue(value));
     return array;
@@ -123,13 +123,16 @@ CFArrayRef CFArrayCreateCopy(CFAllocatorRef, CFArrayRef theArray) {
 
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex capacity, const CFArrayCallBacks* callBacks) {
     if (capacity < 0) return nil;
-    return new __CFArray(callBacks, true);
+    __CFArray* array = new __CFArray(callBacks, true);
+    // A hint only (and not trusted past a sane size): it still grows past it.
+    array->values_.reserve(static_cast<std::size_t>(std::min<CFIndex>(capacity, 1 << 16)));
+    return array;
 }
 
 CFMutableArrayRef CFArrayCreateMutableCopy(CFAllocatorRef, CFIndex capacity, CFArrayRef theArray) {
     const __CFArray& source = Checked(theArray, "CFArrayCreateMutableCopy");
     if (capacity < 0) return nil;
-    __CFArray* array = new __CFArray(&source.callBacks_, true);
+    __CFArray* array = new __CFArray(source.callBacks_, true);
     array->values_.reserve(source.values_.size());
     for (const void* value : source.values_) array->values_.push_back(array->retainValue(value));
     return array;

@@ -1,13 +1,18 @@
 // Key-value tables. Entries live in a vector in insertion order, so every
-// enumeration is deterministic; a hash index maps each key to its slot, so
-// lookups, insertions and removals take constant time on average. A removed
-// entry leaves a tombstone in the vector, and the vector is compacted once
-// tombstones make up half of it, which keeps long runs of removals linear.
+// enumeration is deterministic. A small dictionary is searched entry by
+// entry; past a handful of entries an open-addressing index of entry
+// numbers makes lookups, insertions and removals constant time on average.
+// A removed entry leaves a tombstone in the vector, and the vector is
+// compacted once tombstones make up half of it, which keeps long runs of
+// removals linear.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/corefoundation/CFObjectsInternal.h"
+#include "platform/corefoundation/CFStringInternal.h"
 
 namespace {
 
@@ -30,35 +35,27 @@ struct __CFDictionary : __CFRuntimeBase {
     struct Entry {
         const void* key;
         const void* value;
-        bool live;
+        bool live() const { return key != &kRemoved; }
     };
-
-    // Hashing and equality of the index follow the key callbacks; without
-    // them keys are hashed and compared by address.
-    struct KeyHash {
-        const CFDictionaryKeyCallBacks* callBacks;
-        std::size_t operator()(const void* key) const {
-            return callBacks->hash != nil ? callBacks->hash(key) : std::hash<const void*>()(key);
-        }
-    };
-    struct KeyEqual {
-        const CFDictionaryKeyCallBacks* callBacks;
-        bool operator()(const void* a, const void* b) const {
-            return a == b || (callBacks->equal != nil && callBacks->equal(a, b));
-        }
-    };
+    // The key of a removed entry.
+    static const char kRemoved;
+    // Up to this many entries a lookup compares keys one by one; a store's
+    // dictionaries are mostly this small and need no hash index at all.
+    static constexpr std::size_t kLinearLimit = 8;
+    // Slots of the hash index: empty, or the index of an entry plus one.
+    static constexpr UInt32 kEmptySlot = 0;
+    static constexpr UInt32 kDeletedSlot = UINT32_MAX;
 
     __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks, const CFDictionaryValueCallBacks* valueCallBacks,
                    bool isMutable)
         : __CFRuntimeBase(cfrt::kDictionaryTypeID),
-          keyCallBacks_(keyCallBacks != nil ? *keyCallBacks : CFDictionaryKeyCallBacks{}),
-          valueCallBacks_(valueCallBacks != nil ? *valueCallBacks : CFDictionaryValueCallBacks{}),
-          mutable_(isMutable),
-          index_(0, KeyHash{&keyCallBacks_}, KeyEqual{&keyCallBacks_}) {}
+          keyCallBacks_(cfrt::InternCallBacks(keyCallBacks)),
+          valueCallBacks_(cfrt::InternCallBacks(valueCallBacks)),
+          mutable_(isMutable) {}
 
     ~__CFDictionary() override {
         for (const Entry& entry : entries_) {
-            if (!entry.live) continue;
+            if (!entry.live()) continue;
             releaseKey(entry.key);
             releaseValue(entry.value);
         }
@@ -68,7 +65,7 @@ struct __CFDictionary : __CFRuntimeBase {
         const __CFDictionary& that = *static_cast<const __CFDictionary*>(other);
         if (count() != that.count()) return false;
         for (const Entry& entry : entries_) {
-            if (!entry.live) continue;
+            if (!entry.live()) continue;
             const Entry* match = that.find(entry.key);
             if (match == nil || !equalValues(entry.value, match->value)) return false;
         }
@@ -81,18 +78,35 @@ struct __CFDictionary : __CFRuntimeBase {
         return cfrt::MakeString(text);
     }
 
-    std::size_t count() const { return index_.size(); }
+    std::size_t count() const { return entries_.size() - removed_; }
 
     const Entry* find(const void* key) const {
-        auto found = index_.find(key);
-        return found == index_.end() ? nil : &entries_[found->second];
+        if (index_.empty()) {
+            for (const Entry& entry : entries_) {
+                if (entry.live() && equalKeys(entry.key, key)) return &entry;
+            }
+            return nil;
+        }
+        std::size_t mask = index_.size() - 1;
+        for (std::size_t slot = hashKey(key) & mask;; slot = (slot + 1) & mask) {
+            UInt32 at = index_[slot];
+            if (at == kEmptySlot) return nil;
+            if (at != kDeletedSlot && equalKeys(entries_[at - 1].key, key)) return &entries_[at - 1];
+        }
     }
 
+    void reserve(std::size_t count) { entries_.reserve(count); }
+
     void add(const void* key, const void* value) {
-        const void* ownKey = keyCallBacks_.retain != nil ? keyCallBacks_.retain(kCFAllocatorDefault, key) : key;
+        const void* ownKey = keyCallBacks_->retain != nil ? keyCallBacks_->retain(kCFAllocatorDefault, key) : key;
         const void* ownValue = retainValue(value);
-        entries_.push_back(Entry{ownKey, ownValue, true});
-        index_.emplace(ownKey, entries_.size() - 1);
+        entries_.push_back(Entry{ownKey, ownValue});
+        if (!index_.empty()) {
+            if (2 * entries_.size() > index_.size()) rebuildIndex();
+            else insertIntoIndex(entries_.size() - 1);
+        } else if (count() > kLinearLimit) {
+            rebuildIndex();
+        }
     }
 
     // The key keeps its place; the new value is retained before the old one
@@ -106,12 +120,18 @@ struct __CFDictionary : __CFRuntimeBase {
     }
 
     void remove(const void* key) {
-        auto found = index_.find(key);
-        if (found == index_.end()) return;
-        Entry removed = entries_[found->second];
-        entries_[found->second] = Entry{nil, nil, false};
-        index_.erase(found);
-        ++tombstones_;
+        const Entry* found = find(key);
+        if (found == nil) return;
+        std::size_t at = static_cast<std::size_t>(found - entries_.data());
+        Entry removed = entries_[at];
+        if (!index_.empty()) {
+            std::size_t mask = index_.size() - 1;
+            std::size_t slot = hashKey(removed.key) & mask;
+            while (index_[slot] != at + 1) slot = (slot + 1) & mask;
+            index_[slot] = kDeletedSlot;
+        }
+        entries_[at] = Entry{&kRemoved, nil};
+        ++removed_;
         compactIfSparse();
         releaseKey(removed.key);
         releaseValue(removed.value);
@@ -121,56 +141,110 @@ struct __CFDictionary : __CFRuntimeBase {
         std::vector<Entry> old;
         old.swap(entries_);
         index_.clear();
-        tombstones_ = 0;
+        removed_ = 0;
         for (const Entry& entry : old) {
-            if (!entry.live) continue;
+            if (!entry.live()) continue;
             releaseKey(entry.key);
             releaseValue(entry.value);
         }
     }
 
-    // Squeezes out tombstones once they make up half the storage, keeping
-    // the order of the live entries.
+    // Squeezes out removed entries once they make up half the storage,
+    // keeping the order of the live ones, so long runs of removals stay
+    // linear.
     void compactIfSparse() {
-        if (index_.empty()) {
-            entries_.clear();
-            tombstones_ = 0;
-            return;
-        }
-        if (tombstones_ < 16 || tombstones_ * 2 < entries_.size()) return;
-        std::vector<std::size_t> moved(entries_.size());
-        std::vector<Entry> live;
-        live.reserve(index_.size());
-        for (std::size_t i = 0; i < entries_.size(); ++i) {
-            if (!entries_[i].live) continue;
-            moved[i] = live.size();
-            live.push_back(entries_[i]);
-        }
-        for (auto& slot : index_) slot.second = moved[slot.second];
-        entries_.swap(live);
-        tombstones_ = 0;
+        if (removed_ < 16 && removed_ < entries_.size()) return;
+        if (2 * removed_ < entries_.size()) return;
+        std::erase_if(entries_, [](const Entry& entry) { return !entry.live(); });
+        removed_ = 0;
+        if (count() > kLinearLimit) rebuildIndex();
+        else index_.clear();
     }
 
+    void rebuildIndex() {
+        std::size_t size = 16;
+        while (size < 2 * entries_.size() + 2) size *= 2;
+        index_.assign(size, kEmptySlot);
+        for (std::size_t i = 0; i < entries_.size(); ++i) {
+            if (entries_[i].live()) insertIntoIndex(i);
+        }
+    }
+    void insertIntoIndex(std::size_t at) {
+        if (at + 1 >= kDeletedSlot) cfrt::Fatal("CFDictionary: too many entries");
+        std::size_t mask = index_.size() - 1;
+        std::size_t slot = hashKey(entries_[at].key) & mask;
+        while (index_[slot] != kEmptySlot) slot = (slot + 1) & mask;
+        index_[slot] = static_cast<UInt32>(at + 1);
+    }
+
+    std::size_t hashKey(const void* key) const {
+        CFHashCode h = keyCallBacks_->hash != nil ? keyCallBacks_->hash(key) : reinterpret_cast<CFHashCode>(key);
+        return static_cast<std::size_t>(cfrt::MixHash(h));
+    }
+    bool equalKeys(const void* a, const void* b) const {
+        if (a == b) return true;
+        if (keyCallBacks_->equal == CFEqual) {
+            // Strings, the usual keys, compare here without the calls
+            // through the runtime.
+            const __CFRuntimeBase* x = _CFRuntimeBase(a);
+            const __CFRuntimeBase* y = _CFRuntimeBase(b);
+            if (x->typeID_ != y->typeID_) return false;
+            if (x->typeID_ == cfrt::kStringTypeID) return static_cast<const __CFString*>(x)->__CFString::equal(y);
+            return x->equal(y);
+        }
+        return keyCallBacks_->equal != nil && keyCallBacks_->equal(a, b);
+    }
+
+    const Entry* findText(const UInt8* text, std::size_t length) const {
+        auto matches = [&](const void* key) {
+            const __CFRuntimeBase* object = _CFRuntimeBase(key);
+            if (object->typeID_ != cfrt::kStringTypeID) return false;
+            __CFString::View view = static_cast<const __CFString*>(object)->view();
+            if (view.length != length) return false;
+            if (!view.wide) return length == 0 || std::memcmp(view.data, text, length) == 0;
+            for (std::size_t i = 0; i < length; ++i) {
+                if (view[i] != text[i]) return false;
+            }
+            return true;
+        };
+        if (index_.empty()) {
+            for (const Entry& entry : entries_) {
+                if (entry.live() && matches(entry.key)) return &entry;
+            }
+            return nil;
+        }
+        // The hash a string of this text has (see __CFString::hash).
+        std::uint64_t h = 1469598103934665603ULL;
+        for (std::size_t i = 0; i < length; ++i) h = (h ^ text[i]) * 1099511628211ULL;
+        std::size_t mask = index_.size() - 1;
+        for (std::size_t slot = cfrt::MixHash(static_cast<CFHashCode>(h)) & mask;; slot = (slot + 1) & mask) {
+            UInt32 at = index_[slot];
+            if (at == kEmptySlot) return nil;
+            if (at != kDeletedSlot && matches(entries_[at - 1].key)) return &entries_[at - 1];
+        }
+    }
     const void* retainValue(const void* value) const {
-        return valueCallBacks_.retain != nil ? valueCallBacks_.retain(kCFAllocatorDefault, value) : value;
+        return valueCallBacks_->retain != nil ? valueCallBacks_->retain(kCFAllocatorDefault, value) : value;
     }
     void releaseValue(const void* value) const {
-        if (valueCallBacks_.release != nil) valueCallBacks_.release(kCFAllocatorDefault, value);
+        if (valueCallBacks_->release != nil) valueCallBacks_->release(kCFAllocatorDefault, value);
     }
     void releaseKey(const void* key) const {
-        if (keyCallBacks_.release != nil) keyCallBacks_.release(kCFAllocatorDefault, key);
+        if (keyCallBacks_->release != nil) keyCallBacks_->release(kCFAllocatorDefault, key);
     }
     bool equalValues(const void* a, const void* b) const {
-        return a == b || (valueCallBacks_.equal != nil && valueCallBacks_.equal(a, b));
+        return a == b || (valueCallBacks_->equal != nil && valueCallBacks_->equal(a, b));
     }
 
-    CFDictionaryKeyCallBacks keyCallBacks_;
-    CFDictionaryValueCallBacks valueCallBacks_;
+    const CFDictionaryKeyCallBacks* keyCallBacks_;
+    const CFDictionaryValueCallBacks* valueCallBacks_;
     bool mutable_;
+    std::size_t removed_ = 0;
     std::vector<Entry> entries_;
-    std::size_t tombstones_ = 0;
-    std::unordered_map<const void*, std::size_t, KeyHash, KeyEqual> index_;
+    std::vector<UInt32> index_;  // empty while the dictionary is small
 };
+
+const char __CFDictionary::kRemoved = 0;
 
 namespace {
 
@@ -185,11 +259,10 @@ __CFDictionary& CheckedMutable(CFMutableDictionaryRef dict, const char* caller) 
 }
 
 __CFDictionary* CopyOf(const __CFDictionary& source, bool isMutable) {
-    __CFDictionary* dict = new __CFDictionary(&source.keyCallBacks_, &source.valueCallBacks_, isMutable);
-    dict->entries_.reserve(source.count());
-    dict->index_.reserve(source.count());
+    __CFDictionary* dict = new __CFDictionary(source.keyCallBacks_, source.valueCallBacks_, isMutable);
+    dict->reserve(source.count());
     for (const __CFDictionary::Entry& entry : source.entries_) {
-        if (entry.live) dict->add(entry.key, entry.value);
+        if (entry.live()) dict->add(entry.key, entry.value);
     }
     return dict;
 }
@@ -206,15 +279,29 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef theDict, int 
     }
     out += "{\n";
     for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (!entry.live) continue;
+        if (!entry.live()) continue;
         AppendIndent(out, depth + 1);
-        AppendElementDescription(out, entry.key, dict.keyCallBacks_.copyDescription, depth + 1);
+        AppendElementDescription(out, entry.key, dict.keyCallBacks_->copyDescription, depth + 1);
         out += " = ";
-        AppendElementDescription(out, entry.value, dict.valueCallBacks_.copyDescription, depth + 1);
+        AppendElementDescription(out, entry.value, dict.valueCallBacks_->copyDescription, depth + 1);
         out += ";\n";
     }
     AppendIndent(out, depth);
     out += "}";
+}
+
+void DictionaryAddNewKey(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
+    dict.add(key, value);
+}
+
+const void* DictionaryGetValueForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length,
+                                      bool* searched) {
+    const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetValue");
+    *searched = dict.keyCallBacks_->equal == CFEqual && dict.keyCallBacks_->hash == CFHash;
+    if (!*searched) return nil;
+    const __CFDictionary::Entry* entry = dict.findText(text, length);
+    return entry != nil ? entry->value : nil;
 }
 
 }  // namespace cfrt
@@ -225,8 +312,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
                                    const CFDictionaryValueCallBacks* valueCallBacks) {
     if (numValues < 0 || ((keys == nil || values == nil) && numValues > 0)) return nil;
     __CFDictionary* dict = new __CFDictionary(keyCallBacks, valueCallBacks, false);
-    dict->entries_.reserve(static_cast<std::size_t>(numValues));
-    dict->index_.reserve(static_cast<std::size_t>(numValues));
+    dict->reserve(static_cast<std::size_t>(numValues));
     for (CFIndex i = 0; i < numValues; ++i) {
         const __CFDictionary::Entry* existing = dict->find(keys[i]);
         if (existing != nil) {
@@ -246,7 +332,10 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex capacit
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks) {
     if (capacity < 0) return nil;
-    return new __CFDictionary(keyCallBacks, valueCallBacks, true);
+    __CFDictionary* dict = new __CFDictionary(keyCallBacks, valueCallBacks, true);
+    // A hint only (and not trusted past a sane size): it still grows past it.
+    dict->reserve(static_cast<std::size_t>(std::min<CFIndex>(capacity, 1 << 16)));
+    return dict;
 }
 
 CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex capacity, CFDictionaryRef theDict) {
@@ -278,7 +367,7 @@ Boolean CFDictionaryContainsKey(CFDictionaryRef theDict, const void* key) {
 Boolean CFDictionaryContainsValue(CFDictionaryRef theDict, const void* value) {
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryContainsValue");
     for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (entry.live && dict.equalValues(entry.value, value)) return true;
+        if (entry.live() && dict.equalValues(entry.value, value)) return true;
     }
     return false;
 }
@@ -287,7 +376,7 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, co
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetKeysAndValues");
     std::size_t out = 0;
     for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (!entry.live) continue;
+        if (!entry.live()) continue;
         if (keys != nil) keys[out] = entry.key;
         if (values != nil) values[out] = entry.value;
         ++out;
@@ -299,7 +388,7 @@ void CFDictionaryApplyFunction(CFDictionaryRef theDict, CFDictionaryApplierFunct
     if (applier == nil) return;
     for (std::size_t i = 0; i < dict.entries_.size(); ++i) {
         const __CFDictionary::Entry entry = dict.entries_[i];
-        if (entry.live) applier(entry.key, entry.value, context);
+        if (entry.live()) applier(entry.key, entry.value, context);
     }
 }
 

@@ -3,7 +3,10 @@
 // report, and the pieces of the nested description of containers.
 #pragma once
 
+#include <cstring>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "platform/corefoundation/CFRuntime.h"
 
@@ -51,6 +54,34 @@ void AppendIndent(std::string& out, int depth);
 // opening bracket goes where out currently ends).
 void AppendArrayDescription(std::string& out, CFArrayRef array, int depth);
 void AppendDictionaryDescription(std::string& out, CFDictionaryRef dict, int depth);
+
+// Adds key and value to a mutable dictionary without looking for the key
+// first: the caller knows it is not there (a reader whose keys are unique
+// by identity, say). Retains both through the dictionary's callbacks.
+void DictionaryAddNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
+
+// The value for a key given as one-byte text (Latin-1 code units), in a
+// dictionary with the standard key callbacks, without making a string for
+// the key. *searched is false when the dictionary has other callbacks, and
+// then the caller must look the key up as a string.
+const void* DictionaryGetValueForText(CFDictionaryRef dict, const UInt8* text, std::size_t length, bool* searched);
+
+// One shared copy of each distinct set of container callbacks (nil stands
+// for all-empty ones), so that a container holds a pointer rather than its
+// own copy; copies live as long as the process.
+template <class CallBacks>
+const CallBacks* InternCallBacks(const CallBacks* callBacks) {
+    static const CallBacks kNone{};
+    if (callBacks == nullptr) return &kNone;
+    static std::mutex lock;
+    static auto* known = new std::vector<const CallBacks*>();
+    std::lock_guard<std::mutex> guard(lock);
+    for (const CallBacks* k : *known) {
+        if (k == callBacks || std::memcmp(k, callBacks, sizeof(CallBacks)) == 0) return k;
+    }
+    known->push_back(new CallBacks(*callBacks));
+    return known->back();
+}
 
 // Hash mixing for value hashes.
 inline CFHashCode MixHash(CFHashCode h) {

@@ -17,7 +17,7 @@ CFTypeRef DeepCopy(CFTypeRef node, CopyOptions options);
 // a key that could change under its hash.
 CFTypeRef CopyArray(CFArrayRef source, CopyOptions options) {
     CFIndex count = CFArrayGetCount(source);
-    CFRef<CFMutableArrayRef> copy(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+    CFRef<CFMutableArrayRef> copy(CFArrayCreateMutable(kCFAllocatorDefault, count, &kCFTypeArrayCallBacks));
     for (CFIndex i = 0; i < count; ++i) {
         CFRef<CFTypeRef> element(DeepCopy(CFArrayGetValueAtIndex(source, i), options));
         if (!element) return nil;
@@ -32,7 +32,7 @@ CFTypeRef CopyDictionary(CFDictionaryRef source, CopyOptions options) {
     std::vector<const void*> keys(static_cast<std::size_t>(count));
     std::vector<const void*> values(static_cast<std::size_t>(count));
     CFDictionaryGetKeysAndValues(source, keys.data(), values.data());
-    CFRef<CFMutableDictionaryRef> copy(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+    CFRef<CFMutableDictionaryRef> copy(CFDictionaryCreateMutable(kCFAllocatorDefault, count, &kCFTypeDictionaryKeyCallBacks,
                                                                  &kCFTypeDictionaryValueCallBacks));
     const CopyOptions keyOptions{false, false};
     for (std::size_t i = 0; i < keys.size(); ++i) {

@@ -1,6 +1,7 @@
 #include "platform/corefoundation/CFRuntime.h"
 
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -119,7 +120,9 @@ CFTypeID _CFRuntimeRegisterClass(const char* className) {
 
 CFTypeRef CFRetain(CFTypeRef cf) {
     __CFRuntimeBase* object = Object(cf, "CFRetain");
-    if (!object->immortal_) ++object->retainCount_;
+    if (object->immortal_) return cf;
+    if (object->retainCount_ == INT32_MAX) cfrt::Fatal("CFRetain: too many references to one object");
+    ++object->retainCount_;
     return cf;
 }
 

@@ -8,7 +8,7 @@
 #include "platform/corefoundation/CoreFoundation.h"
 
 struct __CFRuntimeBase {
-    explicit __CFRuntimeBase(CFTypeID typeID) : typeID_(typeID) {}
+    explicit __CFRuntimeBase(CFTypeID typeID) : typeID_(static_cast<UInt32>(typeID)) {}
     virtual ~__CFRuntimeBase() = default;
     __CFRuntimeBase(const __CFRuntimeBase&) = delete;
     __CFRuntimeBase& operator=(const __CFRuntimeBase&) = delete;
@@ -19,8 +19,10 @@ struct __CFRuntimeBase {
     // An owned description string (see CFCopyDescription).
     virtual CFStringRef copyDescription() const;
 
-    CFTypeID typeID_;
-    CFIndex retainCount_ = 1;
+    // Kept small: every value of a store carries this header. Types derived
+    // from it may place their own small fields in its tail padding.
+    UInt32 typeID_;
+    SInt32 retainCount_ = 1;
     bool immortal_ = false;  // constants: retain and release do nothing
 };
 

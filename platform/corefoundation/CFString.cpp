@@ -1,7 +1,9 @@
 // Strings: the object, creation, access, conversion to and from bytes in
 // the supported encodings, mutation, lower-casing, splitting, and the
 // table of constant strings that CFSTR hands out.
+#include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -35,10 +37,10 @@ const __CFString& Checked(CFStringRef ref, const char* caller) {
     return *ref;
 }
 
-__CFString& CheckedMutable(CFMutableStringRef ref, const char* caller) {
+__CFMutableString& CheckedMutable(CFMutableStringRef ref, const char* caller) {
     Checked(ref, caller);
     if (!ref->mutable_) Fail("attempt to mutate an immutable string");
-    return *ref;
+    return *static_cast<__CFMutableString*>(ref);
 }
 
 void CheckRange(CFRange range, CFIndex length, const char* caller) {
@@ -50,7 +52,74 @@ void CheckRange(CFRange range, CFIndex length, const char* caller) {
     }
 }
 
-__CFString* Make(std::u16string text, bool isMutable) { return new __CFString(std::move(text), isMutable); }
+namespace {
+
+// An immutable string with room for count code units of the given width
+// after the object.
+__CFString* Allocate(std::size_t count, bool wide) {
+    if (count > UINT32_MAX) Fail("string too long");
+    std::size_t bytes = count * (wide ? sizeof(char16_t) : 1);
+    struct Immutable final : __CFString {
+        Immutable() : __CFString(false) {}
+    };
+    __CFString* str = new (__CFString::ExtraBytes{bytes}) Immutable();
+    str->wide_ = wide;
+    str->length_ = static_cast<UInt32>(count);
+    return str;
+}
+
+UInt8* NarrowStorage(__CFString* str) { return reinterpret_cast<UInt8*>(str) + sizeof(__CFString); }
+char16_t* WideStorage(__CFString* str) {
+    return reinterpret_cast<char16_t*>(reinterpret_cast<UInt8*>(str) + sizeof(__CFString));
+}
+
+}  // namespace
+
+__CFString* Make(std::u16string_view text) {
+    bool narrow = true;
+    for (char16_t c : text) narrow = narrow && c < 0x100;
+    __CFString* str = Allocate(text.size(), !narrow);
+    if (narrow) {
+        UInt8* out = NarrowStorage(str);
+        for (std::size_t i = 0; i < text.size(); ++i) out[i] = static_cast<UInt8>(text[i]);
+    } else if (!text.empty()) {
+        std::memcpy(WideStorage(str), text.data(), text.size() * sizeof(char16_t));
+    }
+    return str;
+}
+
+__CFMutableString* MakeMutable(std::u16string text) { return new __CFMutableString(std::move(text)); }
+
+__CFString* MakeNarrow(const UInt8* bytes, std::size_t count) {
+    __CFString* str = Allocate(count, false);
+    if (count > 0) std::memcpy(NarrowStorage(str), bytes, count);
+    return str;
+}
+
+__CFString* MakeFromUTF8(const UInt8* bytes, std::size_t count) {
+    // Plain ASCII, by far the most common text, is copied as it is.
+    std::size_t i = 0;
+    while (i < count && bytes[i] < 0x80) ++i;
+    if (i == count) return MakeNarrow(bytes, count);
+    std::u16string text;
+    text.reserve(count);
+    if (!Decode(bytes, count, kCFStringEncodingUTF8, false, text)) return nil;
+    return Make(text);
+}
+
+int CompareUnits(const __CFString::View& a, const __CFString::View& b) {
+    std::size_t n = a.length < b.length ? a.length : b.length;
+    if (!a.wide && !b.wide) {
+        int order = n > 0 ? std::memcmp(a.data, b.data, n) : 0;
+        if (order != 0) return order < 0 ? -1 : 1;
+    } else {
+        for (std::size_t i = 0; i < n; ++i) {
+            char16_t x = a[i], y = b[i];
+            if (x != y) return x < y ? -1 : 1;
+        }
+    }
+    return a.length < b.length ? -1 : (a.length > b.length ? 1 : 0);
+}
 
 // ---------------------------------------------------------------------------
 // Encodings
@@ -190,7 +259,21 @@ bool Decode(const UInt8* bytes, std::size_t count, CFStringEncoding encoding, bo
     }
 }
 
-bool Encode(const std::u16string& text, CFStringEncoding encoding, std::string& out) {
+bool Encode(const __CFString::View& text, CFStringEncoding encoding, std::string& out) {
+    if (text.wide) return Encode(std::u16string_view(text.units(), text.length), encoding, out);
+    // A narrow text is Latin-1: ASCII passes unchanged into every encoding.
+    const UInt8* bytes = text.narrow();
+    std::size_t ascii = 0;
+    while (ascii < text.length && bytes[ascii] < 0x80) ++ascii;
+    if (ascii == text.length || encoding == kCFStringEncodingISOLatin1) {
+        out.assign(reinterpret_cast<const char*>(bytes), text.length);
+        return true;
+    }
+    std::u16string wide(bytes, bytes + text.length);
+    return Encode(std::u16string_view(wide), encoding, out);
+}
+
+bool Encode(std::u16string_view text, CFStringEncoding encoding, std::string& out) {
     out.clear();
     out.reserve(text.size());
     switch (encoding) {
@@ -316,16 +399,26 @@ using namespace cfstring;
 // ---------------------------------------------------------------------------
 // The object
 
+std::u16string __CFString::units() const {
+    View text = view();
+    if (text.wide) return std::u16string(text.units(), text.length);
+    return std::u16string(text.narrow(), text.narrow() + text.length);
+}
+
 bool __CFString::equal(const __CFRuntimeBase* other) const {
-    return text_ == static_cast<const __CFString*>(other)->text_;
+    View a = view(), b = static_cast<const __CFString*>(other)->view();
+    if (a.length != b.length) return false;
+    if (a.wide == b.wide) return a.length == 0 || std::memcmp(a.data, b.data, a.length * (a.wide ? 2 : 1)) == 0;
+    return CompareUnits(a, b) == 0;
 }
 
 CFHashCode __CFString::hash() const {
     // FNV-1a over the code units: equal texts hash alike, whatever their
-    // mutability.
+    // width or mutability.
+    View text = view();
     std::uint64_t h = 1469598103934665603ULL;
-    for (char16_t c : text_) {
-        h ^= c;
+    for (std::size_t i = 0; i < text.length; ++i) {
+        h ^= text[i];
         h *= 1099511628211ULL;
     }
     return static_cast<CFHashCode>(h);
@@ -335,7 +428,7 @@ CFStringRef __CFString::copyDescription() const {
     // An immutable string describes itself; a mutable one gives a snapshot
     // that later edits cannot change.
     if (!mutable_) return static_cast<CFStringRef>(CFRetain(this));
-    return Make(text_);
+    return Make(units());
 }
 
 // ---------------------------------------------------------------------------
@@ -353,7 +446,7 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
     std::u16string text;
     if (!Decode(reinterpret_cast<const UInt8*>(key.data()), key.size(), kCFStringEncodingUTF8, false, text))
         Decode(reinterpret_cast<const UInt8*>(key.data()), key.size(), kCFStringEncodingMacRoman, false, text);
-    __CFString* str = Make(std::move(text));
+    __CFString* str = Make(text);
     str->immortal_ = true;
     table->emplace(std::move(key), str);
     return str;
@@ -364,49 +457,72 @@ CFStringRef __CFStringMakeConstantString(const char* cStr) {
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef, const char* cStr, CFStringEncoding encoding) {
     if (cStr == nil) return nil;
+    std::size_t count = std::strlen(cStr);
+    if (encoding == kCFStringEncodingUTF8) return MakeFromUTF8(reinterpret_cast<const UInt8*>(cStr), count);
     std::u16string text;
-    if (!Decode(reinterpret_cast<const UInt8*>(cStr), std::strlen(cStr), encoding, false, text)) return nil;
-    return Make(std::move(text));
+    if (!Decode(reinterpret_cast<const UInt8*>(cStr), count, encoding, false, text)) return nil;
+    return Make(text);
 }
 
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex numBytes, CFStringEncoding encoding,
                                     Boolean isExternalRepresentation) {
     if (numBytes < 0 || (bytes == nil && numBytes > 0)) return nil;
+    if (encoding == kCFStringEncodingUTF8 && !isExternalRepresentation)
+        return MakeFromUTF8(bytes, static_cast<std::size_t>(numBytes));
     std::u16string text;
     if (!Decode(bytes, static_cast<std::size_t>(numBytes), encoding, isExternalRepresentation, text)) return nil;
-    return Make(std::move(text));
+    return Make(text);
 }
 
 CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar* chars, CFIndex numChars) {
     if (numChars < 0 || (chars == nil && numChars > 0)) return nil;
-    std::u16string text;
-    if (numChars > 0) text.assign(reinterpret_cast<const char16_t*>(chars), static_cast<std::size_t>(numChars));
-    return Make(std::move(text));
+    if (numChars == 0) return Make(std::u16string_view());
+    return Make(std::u16string_view(reinterpret_cast<const char16_t*>(chars), static_cast<std::size_t>(numChars)));
 }
 
 CFStringRef CFStringCreateCopy(CFAllocatorRef, CFStringRef theString) {
     const __CFString& str = Checked(theString, "CFStringCreateCopy");
     // An immutable string cannot change, so it is its own copy.
     if (!str.mutable_) return static_cast<CFStringRef>(CFRetain(theString));
-    return Make(str.text_);
+    return Make(str.units());
 }
 
 CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef theString, CFRange range) {
     const __CFString& str = Checked(theString, "CFStringCreateWithSubstring");
-    CheckRange(range, static_cast<CFIndex>(str.text_.size()), "CFStringCreateWithSubstring");
-    return Make(str.text_.substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length)));
+    CheckRange(range, static_cast<CFIndex>(str.length()), "CFStringCreateWithSubstring");
+    return Make(std::u16string_view(str.units())
+                    .substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length)));
 }
 
-CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) { return Make(std::u16string(), true); }
+CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) { return MakeMutable(std::u16string()); }
 
 CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRef theString) {
-    return Make(Checked(theString, "CFStringCreateMutableCopy").text_, true);
+    return MakeMutable(Checked(theString, "CFStringCreateMutableCopy").units());
 }
 
 CFArrayRef CFStringCreateArrayBySeparatingStrings(CFAllocatorRef alloc, CFStringRef theString,
                                                   CFStringRef separatorString) {
-    const std::u16string& text = Checked(theString, "CFStringCreateArrayBySeparatingStrings").text_;
-    const std::u16string& separator = Checked(separatorString, "CFStringCreateArrayBySeparatingStrings").text_;
+    __CFString::View textView = Checked(theString, "CFStringCreateArrayBySeparatingStrings").view();
+    __CFString::View separatorView = Checked(separatorString, "CFStringCreateArrayBySeparatingStrings").view();
+    if (!textView.wide && !separatorView.wide && separatorView.length == 1) {
+        // A one-byte text split at one character, as paths are at "/".
+        std::vector<const void*> pieces;
+        const UInt8* bytes = textView.narrow();
+        UInt8 at = separatorView.narrow()[0];
+        pieces.reserve(static_cast<std::size_t>(std::count(bytes, bytes + textView.length, at)) + 1);
+        std::size_t start = 0;
+        for (std::size_t i = 0; i <= textView.length; ++i) {
+            if (i < textView.length && bytes[i] != at) continue;
+            pieces.push_back(MakeNarrow(bytes + start, i - start));
+            start = i + 1;
+        }
+        CFArrayRef array =
+            CFArrayCreate(alloc, pieces.data(), static_cast<CFIndex>(pieces.size()), &kCFTypeArrayCallBacks);
+        for (const void* piece : pieces) CFRelease(piece);  // the array holds its own claims
+        return array;
+    }
+    const std::u16string text = Checked(theString, "CFStringCreateArrayBySeparatingStrings").units();
+    const std::u16string separator = Checked(separatorString, "CFStringCreateArrayBySeparatingStrings").units();
 
     // Every piece between separators, empty ones included: "/Sets/0" gives
     // "", "Sets" and "0".
@@ -414,14 +530,15 @@ CFArrayRef CFStringCreateArrayBySeparatingStrings(CFAllocatorRef alloc, CFString
     if (separator.empty()) {
         pieces.push_back(Make(text));
     } else {
+        std::u16string_view all(text);
         std::size_t start = 0;
         for (;;) {
             std::size_t at = text.find(separator, start);
             if (at == std::u16string::npos) break;
-            pieces.push_back(Make(text.substr(start, at - start)));
+            pieces.push_back(Make(all.substr(start, at - start)));
             start = at + separator.size();
         }
-        pieces.push_back(Make(text.substr(start)));
+        pieces.push_back(Make(all.substr(start)));
     }
     std::vector<const void*> values(pieces.begin(), pieces.end());
     CFArrayRef array = CFArrayCreate(alloc, values.data(), static_cast<CFIndex>(values.size()), &kCFTypeArrayCallBacks);
@@ -433,20 +550,19 @@ CFArrayRef CFStringCreateArrayBySeparatingStrings(CFAllocatorRef alloc, CFString
 // Access
 
 CFIndex CFStringGetLength(CFStringRef theString) {
-    return static_cast<CFIndex>(Checked(theString, "CFStringGetLength").text_.size());
+    return static_cast<CFIndex>(Checked(theString, "CFStringGetLength").length());
 }
 
 UniChar CFStringGetCharacterAtIndex(CFStringRef theString, CFIndex idx) {
-    const __CFString& str = Checked(theString, "CFStringGetCharacterAtIndex");
-    if (idx < 0 || idx >= static_cast<CFIndex>(str.text_.size())) Fail("CFStringGetCharacterAtIndex: index out of bounds");
-    return str.text_[static_cast<std::size_t>(idx)];
+    __CFString::View text = Checked(theString, "CFStringGetCharacterAtIndex").view();
+    if (idx < 0 || idx >= static_cast<CFIndex>(text.length)) Fail("CFStringGetCharacterAtIndex: index out of bounds");
+    return text[static_cast<std::size_t>(idx)];
 }
 
 void CFStringGetCharacters(CFStringRef theString, CFRange range, UniChar* buffer) {
-    const __CFString& str = Checked(theString, "CFStringGetCharacters");
-    CheckRange(range, static_cast<CFIndex>(str.text_.size()), "CFStringGetCharacters");
-    if (range.length > 0)
-        std::memcpy(buffer, str.text_.data() + range.location, static_cast<std::size_t>(range.length) * sizeof(UniChar));
+    __CFString::View text = Checked(theString, "CFStringGetCharacters").view();
+    CheckRange(range, static_cast<CFIndex>(text.length), "CFStringGetCharacters");
+    for (CFIndex i = 0; i < range.length; ++i) buffer[i] = text[static_cast<std::size_t>(range.location + i)];
 }
 
 Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
@@ -454,7 +570,7 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
     if (buffer == nil || bufferSize <= 0) return false;
     buffer[0] = '\0';
     std::string bytes;
-    if (!Encode(str.text_, encoding, bytes)) return false;
+    if (!Encode(str.view(), encoding, bytes)) return false;
     if (static_cast<CFIndex>(bytes.size()) >= bufferSize) return false;  // no room for the NUL
     std::memcpy(buffer, bytes.data(), bytes.size());
     buffer[bytes.size()] = '\0';
@@ -482,14 +598,14 @@ CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encod
 // Mutation
 
 void CFStringAppend(CFMutableStringRef theString, CFStringRef appendedString) {
-    __CFString& str = CheckedMutable(theString, "CFStringAppend");
+    __CFMutableString& str = CheckedMutable(theString, "CFStringAppend");
     // Copy first: the appended string may be theString itself.
-    std::u16string tail = Checked(appendedString, "CFStringAppend").text_;
+    std::u16string tail = Checked(appendedString, "CFStringAppend").units();
     str.text_ += tail;
 }
 
 void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStringEncoding encoding) {
-    __CFString& str = CheckedMutable(theString, "CFStringAppendCString");
+    __CFMutableString& str = CheckedMutable(theString, "CFStringAppendCString");
     if (cStr == nil) return;
     std::u16string tail;
     // Bytes that are not valid in the encoding add nothing.
@@ -497,13 +613,13 @@ void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStr
 }
 
 void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef replacement) {
-    __CFString& str = CheckedMutable(theString, "CFStringReplace");
+    __CFMutableString& str = CheckedMutable(theString, "CFStringReplace");
     CheckRange(range, static_cast<CFIndex>(str.text_.size()), "CFStringReplace");
-    std::u16string with = Checked(replacement, "CFStringReplace").text_;
+    std::u16string with = Checked(replacement, "CFStringReplace").units();
     str.text_.replace(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length), with);
 }
 
 void CFStringLowercase(CFMutableStringRef theString, CFLocaleRef) {
-    __CFString& str = CheckedMutable(theString, "CFStringLowercase");
+    __CFMutableString& str = CheckedMutable(theString, "CFStringLowercase");
     for (char16_t& c : str.text_) c = Lower(c);
 }

@@ -110,7 +110,7 @@ bool FindIn(std::u16string_view text, CFRange range, std::u16string_view needle,
     return false;
 }
 
-CFIndex Length(const __CFString& s) { return static_cast<CFIndex>(s.text_.size()); }
+CFIndex Length(const __CFString& s) { return static_cast<CFIndex>(s.length()); }
 
 }  // namespace
 
@@ -118,7 +118,8 @@ CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString
                                    CFStringCompareFlags compareOptions) {
     const __CFString& a = Checked(theString1, "CFStringCompare");
     const __CFString& b = Checked(theString2, "CFStringCompare");
-    return CompareText(a.text_, b.text_, compareOptions);
+    if (compareOptions == 0) return cfstring::CompareUnits(a.view(), b.view());
+    return CompareText(a.units(), b.units(), compareOptions);
 }
 
 CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRef theString2, CFRange rangeToCompare,
@@ -126,17 +127,18 @@ CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRe
     const __CFString& a = Checked(theString1, "CFStringCompareWithOptions");
     const __CFString& b = Checked(theString2, "CFStringCompareWithOptions");
     CheckRange(rangeToCompare, Length(a), "CFStringCompareWithOptions");
-    std::u16string_view part(a.text_);
+    const std::u16string whole = a.units();
+    std::u16string_view part(whole);
     part = part.substr(static_cast<std::size_t>(rangeToCompare.location),
                        static_cast<std::size_t>(rangeToCompare.length));
-    return CompareText(part, b.text_, compareOptions);
+    return CompareText(part, b.units(), compareOptions);
 }
 
 CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions) {
     const __CFString& s = Checked(theString, "CFStringFind");
     const __CFString& f = Checked(stringToFind, "CFStringFind");
     CFRange result = CFRangeMake(kCFNotFound, 0);
-    FindIn(s.text_, CFRangeMake(0, Length(s)), f.text_, compareOptions, &result);
+    FindIn(s.units(), CFRangeMake(0, Length(s)), f.units(), compareOptions, &result);
     return result;
 }
 
@@ -145,27 +147,27 @@ Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind,
     const __CFString& s = Checked(theString, "CFStringFindWithOptions");
     const __CFString& f = Checked(stringToFind, "CFStringFindWithOptions");
     CheckRange(rangeToSearch, Length(s), "CFStringFindWithOptions");
-    return FindIn(s.text_, rangeToSearch, f.text_, searchOptions, result);
+    return FindIn(s.units(), rangeToSearch, f.units(), searchOptions, result);
 }
 
 Boolean CFStringHasPrefix(CFStringRef theString, CFStringRef prefix) {
     const __CFString& s = Checked(theString, "CFStringHasPrefix");
     const __CFString& p = Checked(prefix, "CFStringHasPrefix");
-    return FindIn(s.text_, CFRangeMake(0, Length(s)), p.text_, kCFCompareAnchored, nil);
+    return FindIn(s.units(), CFRangeMake(0, Length(s)), p.units(), kCFCompareAnchored, nil);
 }
 
 Boolean CFStringHasSuffix(CFStringRef theString, CFStringRef suffix) {
     const __CFString& s = Checked(theString, "CFStringHasSuffix");
     const __CFString& p = Checked(suffix, "CFStringHasSuffix");
-    return FindIn(s.text_, CFRangeMake(0, Length(s)), p.text_, kCFCompareAnchored | kCFCompareBackwards, nil);
+    return FindIn(s.units(), CFRangeMake(0, Length(s)), p.units(), kCFCompareAnchored | kCFCompareBackwards, nil);
 }
 
 CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringToFind, CFStringRef replacementString,
                                CFRange rangeToSearch, CFStringCompareFlags compareOptions) {
-    __CFString& s = CheckedMutable(theString, "CFStringFindAndReplace");
+    __CFMutableString& s = CheckedMutable(theString, "CFStringFindAndReplace");
     // Copies, so that either argument may be theString itself.
-    const std::u16string needle = Checked(stringToFind, "CFStringFindAndReplace").text_;
-    const std::u16string with = Checked(replacementString, "CFStringFindAndReplace").text_;
+    const std::u16string needle = Checked(stringToFind, "CFStringFindAndReplace").units();
+    const std::u16string with = Checked(replacementString, "CFStringFindAndReplace").units();
     CheckRange(rangeToSearch, Length(s), "CFStringFindAndReplace");
 
     // Collect non-overlapping matches in search order, then replace from

@@ -190,7 +190,7 @@ void Render(std::u16string& out, const Conversion& c, const Arg& v) {
         if (v.p != nil) {
             CFStringRef description = CFCopyDescription(v.p);
             if (description != nil) {
-                text = Checked(description, "CFStringCreateWithFormat").text_;
+                text = Checked(description, "CFStringCreateWithFormat").units();
                 CFRelease(description);
             }
         }
@@ -331,9 +331,50 @@ bool Parse(const std::u16string& fmt, std::size_t i, int& next, Conversion& c, s
 
 }  // namespace
 
+namespace {
+
+// The common case of a path joined from strings ("/%@/%@"): one-byte text
+// and "%@" conversions of one-byte strings, joined without the general
+// machinery. nil when the format or an argument is anything else.
+CFStringRef JoinStrings(const __CFString::View& format, va_list arguments) {
+    if (format.wide) return nil;
+    const UInt8* text = format.narrow();
+    for (std::size_t i = 0; i < format.length; ++i) {
+        if (text[i] != '%') continue;
+        if (i + 1 == format.length || text[i + 1] != '@') return nil;
+        ++i;
+    }
+    std::string out;
+    out.reserve(format.length + 64);
+    va_list ap;
+    va_copy(ap, arguments);
+    CFStringRef joined = nil;
+    bool plain = true;
+    for (std::size_t i = 0; plain && i < format.length; ++i) {
+        if (text[i] != '%') {
+            out += static_cast<char>(text[i]);
+            continue;
+        }
+        ++i;
+        const void* value = va_arg(ap, const void*);
+        plain = value != nil && CFGetTypeID(value) == CFStringGetTypeID();
+        if (!plain) break;
+        __CFString::View piece = static_cast<CFStringRef>(value)->view();
+        plain = !piece.wide;
+        if (plain) out.append(reinterpret_cast<const char*>(piece.narrow()), piece.length);
+    }
+    va_end(ap);
+    if (plain) joined = MakeNarrow(reinterpret_cast<const UInt8*>(out.data()), out.size());
+    return joined;
+}
+
+}  // namespace
+
 CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef, CFStringRef format,
                                                  va_list arguments) {
-    const std::u16string& fmt = Checked(format, "CFStringCreateWithFormatAndArguments").text_;
+    const __CFString& formatString = Checked(format, "CFStringCreateWithFormatAndArguments");
+    if (CFStringRef joined = JoinStrings(formatString.view(), arguments)) return joined;
+    const std::u16string fmt = formatString.units();
 
     // Pass 1: the conversions and the types of the arguments they take.
     std::vector<Conversion> conversions;
@@ -390,7 +431,7 @@ CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef, CFDictionaryRef
         Render(out, c, args[static_cast<std::size_t>(c.valueArg)]);
     }
     out.append(fmt, literalStart, std::u16string::npos);
-    return Make(std::move(out));
+    return Make(out);
 }
 
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions, CFStringRef format, ...) {

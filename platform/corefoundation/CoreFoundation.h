@@ -104,8 +104,13 @@ enum : CFOptionFlags {
 };
 
 // A constant string: never released, equal to any string with the same text.
+// Each use looks its text up once and keeps the result.
 CFStringRef __CFStringMakeConstantString(const char* cStr);
-#define CFSTR(cStr) __CFStringMakeConstantString("" cStr "")
+#define CFSTR(cStr)                                                                      \
+    ([]() -> CFStringRef {                                                               \
+        static const CFStringRef __constantString = __CFStringMakeConstantString("" cStr ""); \
+        return __constantString;                                                         \
+    }())
 
 CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr, CFStringEncoding encoding);
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef alloc, const UInt8* bytes, CFIndex numBytes,

@@ -11,6 +11,10 @@
 
 #include "platform/corefoundation/CoreFoundation.h"
 
+// Containers nested deeper than this are refused by the readers and the
+// writers, so that no file (and no tree) can exhaust the stack.
+enum : int { kPropertyListMaxDepth = 512 };
+
 enum class PropertyListFormat {
     XML,
     Binary,
@@ -20,9 +24,10 @@ enum class PropertyListFormat {
 // Returns an owned tree in which every dictionary and array is mutable, and
 // sets *format to the format of the bytes. Strings, numbers (integers as
 // 64-bit, reals as double), booleans and data are the leaves; dates and
-// keyed-archive UIDs are not accepted. On failure returns nil and sets
-// *fault to a short description of what is wrong ("empty file",
-// "malformed property list", "root is not a dictionary", ...).
+// keyed-archive UIDs are not accepted. Strings keep every character,
+// U+0000 included. On failure returns nil and sets *fault to a short
+// description of what is wrong ("empty file", "malformed property list",
+// "root is not a dictionary", ...).
 CFMutableDictionaryRef PropertyListCreateFromFileBytes(const std::string& bytes, PropertyListFormat* format,
                                                        std::string* fault);
 

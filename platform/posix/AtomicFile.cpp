@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <vector>
@@ -50,11 +52,30 @@ bool WriteAll(int fd, const char* data, std::size_t length) {
 
 std::string Describe(const std::string& what, int error) { return what + ": " + std::strerror(error); }
 
+FileStamp StampOf(const struct stat& info) {
+    FileStamp stamp;
+    stamp.device = info.st_dev;
+    stamp.inode = info.st_ino;
+    stamp.size = info.st_size;
+    stamp.modified = info.st_mtim;
+    return stamp;
+}
+
+const char* KindOf(mode_t mode) {
+    if (S_ISDIR(mode)) return "a folder";
+    if (S_ISFIFO(mode)) return "a FIFO";
+    if (S_ISCHR(mode) || S_ISBLK(mode)) return "a device";
+    if (S_ISSOCK(mode)) return "a socket";
+    return "not a plain file";
+}
+
 }  // namespace
 
-FileReadResult ReadWholeFile(const std::string& path, std::string* bytes, int* error) {
+FileReadResult ReadRegularFile(const std::string& path, std::size_t limit, std::string* bytes, FileStamp* stamp,
+                               int* error, const char** kind) {
     bytes->clear();
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Without O_NONBLOCK, opening a FIFO waits for a writer forever.
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (file.get() < 0) {
         *error = errno;
         return (errno == ENOENT || errno == ENOTDIR) ? FileReadResult::Missing : FileReadResult::Failed;
@@ -64,26 +85,92 @@ FileReadResult ReadWholeFile(const std::string& path, std::string* bytes, int* e
         *error = errno;
         return FileReadResult::Failed;
     }
-    if (S_ISDIR(info.st_mode)) {
-        *error = EISDIR;
-        return FileReadResult::Failed;
+    if (!S_ISREG(info.st_mode)) {
+        if (kind != nullptr) *kind = KindOf(info.st_mode);
+        return FileReadResult::NotRegular;
     }
-    if (info.st_size > 0) bytes->reserve(static_cast<std::size_t>(info.st_size));
-    std::vector<char> buffer(64 * 1024);
+    if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > limit) return FileReadResult::TooLarge;
+    *stamp = StampOf(info);
+
+    // Read what fstat promised, and one byte more to notice a file that
+    // grows meanwhile: it must not slip past the limit.
+    std::size_t expected = static_cast<std::size_t>(info.st_size);
+    bytes->resize(expected + 1);
+    std::size_t have = 0;
     for (;;) {
-        ssize_t got = ::read(file.get(), buffer.data(), buffer.size());
+        ssize_t got = ::read(file.get(), bytes->data() + have, bytes->size() - have);
         if (got < 0) {
             if (errno == EINTR) continue;
             *error = errno;
+            bytes->clear();
             return FileReadResult::Failed;
         }
         if (got == 0) break;
-        bytes->append(buffer.data(), static_cast<std::size_t>(got));
+        have += static_cast<std::size_t>(got);
+        if (have == bytes->size()) {
+            if (have > limit) {
+                bytes->clear();
+                return FileReadResult::TooLarge;
+            }
+            bytes->resize(std::min(limit + 1, 2 * have));
+        }
     }
+    bytes->resize(have);
+    if (have != expected) stamp->size = static_cast<off_t>(have);
     return FileReadResult::Read;
 }
 
-bool WriteFileAtomically(const std::string& path, const std::string& bytes, std::string* fault, int* error) {
+FileReadResult ReadWholeFile(const std::string& path, std::string* bytes, int* error) {
+    FileStamp stamp;
+    FileReadResult result = ReadRegularFile(path, SIZE_MAX - 1, bytes, &stamp, error);
+    if (result == FileReadResult::NotRegular) *error = EISDIR;
+    return result == FileReadResult::NotRegular ? FileReadResult::Failed : result;
+}
+
+FileReadResult StampFile(const std::string& path, FileStamp* stamp, int* error) {
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0) {
+        *error = errno;
+        return (errno == ENOENT || errno == ENOTDIR) ? FileReadResult::Missing : FileReadResult::Failed;
+    }
+    *stamp = StampOf(info);
+    return FileReadResult::Read;
+}
+
+namespace {
+
+bool IsLeftoverName(const std::string& name, const std::string& target) {
+    // "." + target + "." + six characters of mkstemp's alphabet.
+    if (name.size() != target.size() + 8 || name[0] != '.' || name.compare(1, target.size(), target) != 0 ||
+        name[target.size() + 1] != '.')
+        return false;
+    for (std::size_t i = target.size() + 2; i < name.size(); ++i) {
+        if (!std::isalnum(static_cast<unsigned char>(name[i]))) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int RemoveLeftoverTemporaryFiles(const std::string& path) {
+    std::filesystem::path target(path);
+    std::string name = target.filename().string();
+    int removed = 0;
+    std::error_code failed;
+    for (std::filesystem::directory_iterator it(target.parent_path(), failed), end; !failed && it != end;
+         it.increment(failed)) {
+        std::string candidate = it->path().filename().string();
+        if (!IsLeftoverName(candidate, name)) continue;
+        // Only plain files of that name: never a link, a folder or anything else.
+        struct stat info;
+        if (::lstat(it->path().c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
+        if (::unlink(it->path().c_str()) == 0) ++removed;
+    }
+    return removed;
+}
+
+bool WriteFileAtomically(const std::string& path, const std::string& bytes, std::string* fault, int* error,
+                         FileStamp* written, bool durable) {
     std::filesystem::path target(path);
     std::filesystem::path folder = target.parent_path();
 
@@ -120,8 +207,10 @@ bool WriteFileAtomically(const std::string& path, const std::string& bytes, std:
         ::_exit(kAtomicFileInterruptedExitStatus);
     } else if (!WriteAll(temp.get(), bytes.data(), bytes.size())) {
         step = "cannot write";
-    } else if (::fsync(temp.get()) != 0) {
+    } else if (durable && ::fsync(temp.get()) != 0) {
         step = "cannot flush to disk";
+    } else if (written != nullptr && ::fstat(temp.get(), &old) != 0) {
+        step = "cannot read the file's status";
     } else if (!temp.close()) {
         step = "cannot close";
     } else if (::rename(tempPath.c_str(), path.c_str()) != 0) {
@@ -133,9 +222,12 @@ bool WriteFileAtomically(const std::string& path, const std::string& bytes, std:
         ::unlink(tempPath.c_str());
         return false;
     }
+    // The rename keeps the inode and the modification time.
+    if (written != nullptr) *written = StampOf(old);
 
     // Flush the folder so that the rename is on disk too. The new contents
     // are already in place; a folder that cannot be flushed is no failure.
+    if (!durable) return true;
     FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory.get() >= 0) ::fsync(directory.get());
     return true;

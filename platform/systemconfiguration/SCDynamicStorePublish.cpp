@@ -83,7 +83,9 @@ bool SCDynamicStorePublishApplied(const std::string& appliedFile, const std::str
     std::string start;
     if (!ReadFileStart(appliedFile, &start, fault)) return false;
     std::string numbered = NumberedXML(xml, SCDynamicStoreGenerationOfBytes(start) + 1);
-    if (!WriteFileAtomically(appliedFile, numbered, fault, &error)) return false;
+    // Run-time state lasts until the next restart only: it is replaced whole,
+    // but not flushed to disk.
+    if (!WriteFileAtomically(appliedFile, numbered, fault, &error, nullptr, false)) return false;
     lock.unlock();
 
     if (gPublishObserver != nil) gPublishObserver(gPublishObserverContext);

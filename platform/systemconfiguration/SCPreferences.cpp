@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "platform/posix/AtomicFile.h"
@@ -48,26 +49,114 @@ void Complain(const char* action, const std::string& file, const std::string& fa
     std::fprintf(stderr, "SCPreferences: cannot %s %s: %s\n", action, file.c_str(), fault.c_str());
 }
 
-// kSCStatusOK when the store file still holds what this handle read or
-// last wrote; kSCStatusStale (or the status of a read failure) otherwise,
-// with *fault saying what happened.
-int CheckFileUnchanged(const __SCPreferences* prefs, std::string* fault) {
-    std::string bytes;
+std::size_t HashBytes(const std::string& bytes) { return std::hash<std::string_view>()(bytes); }
+
+// Reads the store file within the size limit. Returns kSCStatusOK with the
+// bytes and stamp, kSCStatusNoConfigFile when there is no file, or the
+// status of a failure with *fault saying what is wrong.
+int ReadStoreFile(const std::string& file, std::string* bytes, FileStamp* stamp, std::string* fault) {
     int error = 0;
-    switch (ReadWholeFile(prefs->file, &bytes, &error)) {
-        case FileReadResult::Missing:
-            if (!prefs->savedExists) return kSCStatusOK;
-            *fault = "it was removed after it was read";
-            return kSCStatusStale;
+    const char* kind = "";
+    switch (ReadRegularFile(file, kSCPreferencesMaxFileSize, bytes, stamp, &error, &kind)) {
         case FileReadResult::Read:
-            if (prefs->savedExists && bytes == prefs->savedBytes) return kSCStatusOK;
-            *fault = "it changed on disk after it was read";
-            return kSCStatusStale;
+            return kSCStatusOK;
+        case FileReadResult::Missing:
+            return kSCStatusNoConfigFile;
+        case FileReadResult::NotRegular:
+            *fault = std::string("not a regular file but ") + kind;
+            return kSCStatusFailed;
+        case FileReadResult::TooLarge:
+            *fault = "larger than the limit of " + std::to_string(kSCPreferencesMaxFileSize) + " bytes";
+            return kSCStatusFailed;
         case FileReadResult::Failed:
             break;
     }
     *fault = std::strerror(error);
     return StatusForFileError(error);
+}
+
+// kSCStatusOK when the store file still holds what this handle read or
+// last wrote; kSCStatusStale (or the status of a read failure) otherwise,
+// with *fault saying what happened. A file whose stamp is unchanged is not
+// read again; one whose stamp changed still counts as unchanged when its
+// bytes are the same (it was only touched, or rewritten alike).
+int CheckFileUnchanged(__SCPreferences* prefs, std::string* fault) {
+    FileStamp now;
+    int error = 0;
+    switch (StampFile(prefs->file, &now, &error)) {
+        case FileReadResult::Missing:
+            if (!prefs->savedExists) return kSCStatusOK;
+            *fault = "it was removed after it was read";
+            return kSCStatusStale;
+        case FileReadResult::Read:
+            break;
+        default:
+            *fault = std::strerror(error);
+            return StatusForFileError(error);
+    }
+    if (!prefs->savedExists) {
+        *fault = "it was created by another program after the store was read";
+        return kSCStatusStale;
+    }
+    if (now == prefs->savedStamp) return kSCStatusOK;
+    std::string bytes;
+    int status = ReadStoreFile(prefs->file, &bytes, &now, fault);
+    if (status == kSCStatusNoConfigFile) {
+        *fault = "it was removed after it was read";
+        return kSCStatusStale;
+    }
+    if (status != kSCStatusOK) return status;
+    if (HashBytes(bytes) != prefs->savedHash || bytes.size() != static_cast<std::size_t>(prefs->savedStamp.size)) {
+        *fault = "it changed on disk after it was read";
+        return kSCStatusStale;
+    }
+    prefs->savedStamp = now;
+    return kSCStatusOK;
+}
+
+// The tree this process last saved, with the stamp of the file it wrote.
+// A handle opened on that file while its stamp is unchanged takes the tree
+// as it is instead of reading and parsing the file again. The tree is
+// shared: the handles copy a node before they change it.
+struct LastSave {
+    std::string file;
+    FileStamp stamp;
+    std::size_t hash = 0;
+    PropertyListFormat format = PropertyListFormat::XML;
+    CFRef<CFMutableDictionaryRef> tree;
+};
+
+LastSave& TheLastSave() {
+    static LastSave* last = new LastSave();  // outlives every handle, even at exit
+    return *last;
+}
+
+// Opens the handle on the last saved tree when the file on disk is the one
+// this process wrote. False when it is not (or there is none).
+bool TakeLastSave(__SCPreferences* prefs) {
+    LastSave& last = TheLastSave();
+    if (!last.tree || last.file != prefs->file) return false;
+    FileStamp now;
+    int error = 0;
+    if (StampFile(prefs->file, &now, &error) != FileReadResult::Read || !(now == last.stamp)) {
+        last.tree.reset();
+        return false;
+    }
+    prefs->tree = CFRef<CFMutableDictionaryRef>::Retain(last.tree.get());
+    prefs->format = last.format;
+    prefs->savedExists = true;
+    prefs->savedStamp = now;
+    prefs->savedHash = last.hash;
+    return true;
+}
+
+void RememberLastSave(const __SCPreferences* prefs) {
+    LastSave& last = TheLastSave();
+    last.file = prefs->file;
+    last.stamp = prefs->savedStamp;
+    last.hash = prefs->savedHash;
+    last.format = prefs->format;
+    last.tree = CFRef<CFMutableDictionaryRef>::Retain(prefs->saved.get());
 }
 
 // Takes the handle's lock; on failure returns the status and a description.
@@ -134,20 +223,18 @@ SCPreferencesRef SCPreferencesCreate(CFAllocatorRef, CFStringRef name, CFStringR
     prefs->name = StringText(name);
     prefs->file = StoreFilePath(prefsID);
 
-    std::string bytes;
-    int error = 0;
-    switch (ReadWholeFile(prefs->file, &bytes, &error)) {
-        case FileReadResult::Missing:
+    if (!TakeLastSave(prefs.get())) {
+        std::string bytes, fault;
+        int status = ReadStoreFile(prefs->file, &bytes, &prefs->savedStamp, &fault);
+        if (status == kSCStatusNoConfigFile) {
             // No file yet: an empty store, written as XML when first saved.
             prefs->tree.reset(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
                                                         &kCFTypeDictionaryValueCallBacks));
-            break;
-        case FileReadResult::Failed:
-            Complain("read", prefs->file, std::strerror(error));
-            _SCErrorSet(StatusForFileError(error));
+        } else if (status != kSCStatusOK) {
+            Complain("read", prefs->file, fault);
+            _SCErrorSet(status);
             return nil;
-        case FileReadResult::Read: {
-            std::string fault;
+        } else {
             prefs->tree.reset(PropertyListCreateFromFileBytes(bytes, &prefs->format, &fault));
             if (!prefs->tree) {
                 Complain("read", prefs->file, fault);
@@ -155,8 +242,7 @@ SCPreferencesRef SCPreferencesCreate(CFAllocatorRef, CFStringRef name, CFStringR
                 return nil;
             }
             prefs->savedExists = true;
-            prefs->savedBytes = std::move(bytes);
-            break;
+            prefs->savedHash = HashBytes(bytes);
         }
     }
     prefs->saved = CFRef<CFMutableDictionaryRef>::Retain(prefs->tree.get());
@@ -206,16 +292,30 @@ Boolean SCPreferencesCommitChanges(SCPreferencesRef ref) {
     // silently drop their change.
     if (status == kSCStatusOK) status = CheckFileUnchanged(prefs, &fault);
     if (status == kSCStatusOK) {
+        // Under the lock no save of this store is under way: temporary
+        // files of its name are what crashed saves left behind.
+        RemoveLeftoverTemporaryFiles(prefs->file);
+        // The bytes of the previous commit go first: only one copy of the
+        // store's text is held at a time.
+        prefs->savedBytes.clear();
+        prefs->savedBytes.shrink_to_fit();
         std::string bytes;
+        // Room for the text at once: growing it step by step would hold two
+        // copies of it for a while.
+        bytes.reserve(static_cast<std::size_t>(prefs->savedStamp.size) * 9 / 8 + 4096);
         int error = 0;
+        FileStamp written;
         if (!PropertyListEncodeFileBytes(prefs->tree.get(), prefs->format, &bytes, &fault)) {
             status = kSCStatusFailed;
-        } else if (!WriteFileAtomically(prefs->file, bytes, &fault, &error)) {
+        } else if (!WriteFileAtomically(prefs->file, bytes, &fault, &error, &written)) {
             status = StatusForFileError(error);
         } else {
+            prefs->savedHash = HashBytes(bytes);
             prefs->savedBytes = std::move(bytes);
             prefs->savedExists = true;
+            prefs->savedStamp = written;
             prefs->saved = CFRef<CFMutableDictionaryRef>::Retain(prefs->tree.get());
+            RememberLastSave(prefs);
         }
     }
     if (tookLock) prefs->lock.unlock();
@@ -234,8 +334,9 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     std::string bytes;
     std::string fault;
     int status = kSCStatusOK;
-    // An XML store file already holds the committed state in the form wanted.
-    if (prefs->savedExists && prefs->format == PropertyListFormat::XML) {
+    // The bytes of an XML store's last commit are the committed state in
+    // the form wanted.
+    if (!prefs->savedBytes.empty() && prefs->format == PropertyListFormat::XML) {
         bytes = prefs->savedBytes;
     } else if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &bytes, &fault)) {
         status = kSCStatusFailed;

@@ -4,9 +4,15 @@
 // The default store is $TARNWICK_ROOT/Library/Preferences/SystemConfiguration/
 // preferences.plist; a non-nil prefsID names another file (absolute, or
 // relative to that folder). A missing file is an empty store. A file that
-// cannot be read, or is not a property list whose root is a dictionary,
-// makes SCPreferencesCreate fail: one line on standard error names the file
-// and the fault, and the file is never written.
+// cannot be read, is not a regular file (a folder, FIFO, device or socket),
+// is larger than kSCPreferencesMaxFileSize, or is not a property list whose
+// root is a dictionary, makes SCPreferencesCreate fail: one line on standard
+// error names the file and the fault, and the file is never written. Such a
+// file is refused before any of it is read.
+//
+// A handle opened on the file this process last saved, unchanged since
+// (same device, inode, size and modification time), takes the saved tree
+// without reading the file again.
 //
 // Paths are "/"-separated chains of dictionary keys from the root. A
 // dictionary holding "__LINK__" (a path string) stands for the node at that
@@ -42,6 +48,9 @@ enum {
 int SCError(void);
 const char* SCErrorString(int status);
 
+// The largest store file read, in bytes (64 MiB).
+enum : unsigned long { kSCPreferencesMaxFileSize = 64UL * 1024 * 1024 };
+
 CFTypeID SCPreferencesGetTypeID(void);
 
 SCPreferencesRef SCPreferencesCreate(CFAllocatorRef allocator, CFStringRef name, CFStringRef prefsID);
@@ -53,7 +62,8 @@ Boolean SCPreferencesLock(SCPreferencesRef prefs, Boolean wait);
 Boolean SCPreferencesUnlock(SCPreferencesRef prefs);
 
 // Writes the store to disk atomically when it differs from what was read;
-// does nothing otherwise. Fails with kSCStatusStale, writing nothing, when
+// does nothing otherwise. Under the store's lock it first removes what
+// crashed saves of the store left behind (".<name>.XXXXXX" beside it). Fails with kSCStatusStale, writing nothing, when
 // the file changed on disk since it was read.
 Boolean SCPreferencesCommitChanges(SCPreferencesRef prefs);
 // Hands the committed configuration to the running system.

@@ -6,6 +6,7 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CFRuntime.h"
+#include "platform/posix/AtomicFile.h"
 #include "platform/posix/FileLock.h"
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
@@ -25,8 +26,12 @@ struct __SCPreferences : __CFRuntimeBase {
     // The store as it is on disk: the tree as read or last committed. It
     // shares every unchanged node with tree.
     CFRef<CFMutableDictionaryRef> saved;
-    std::string savedBytes;   // the file's bytes when read or last committed
     bool savedExists = false;  // whether there was a file at all
+    FileStamp savedStamp;      // the file as read or last written
+    std::size_t savedHash = 0;  // and a hash of its bytes
+    // The bytes of the last commit, kept for the apply that follows it;
+    // empty after a load (the bytes read are let go once parsed).
+    std::string savedBytes;
     PropertyListFormat format = PropertyListFormat::XML;
 
     FileLock lock;

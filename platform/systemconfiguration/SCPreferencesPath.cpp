@@ -1,8 +1,11 @@
 // Path access to the store: "/"-separated chains of dictionary keys from the
 // root, through link dictionaries ("__LINK__" holding another path).
+#include <algorithm>
 #include <utility>
 #include <vector>
 
+#include "platform/corefoundation/CFObjectsInternal.h"
+#include "platform/corefoundation/CFStringInternal.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
 
@@ -23,6 +26,7 @@ bool SplitPath(CFStringRef path, PathComponents* components) {
     CFRef<CFArrayRef> pieces(CFStringCreateArrayBySeparatingStrings(kCFAllocatorDefault, path, CFSTR("/")));
     if (!pieces) return false;
     CFIndex count = CFArrayGetCount(pieces.get());
+    components->reserve(static_cast<std::size_t>(count));
     for (CFIndex i = 0; i < count; ++i) {
         CFStringRef piece = static_cast<CFStringRef>(CFArrayGetValueAtIndex(pieces.get(), i));
         if (CFStringGetLength(piece) > 0) components->push_back(CFRef<CFStringRef>::Retain(piece));
@@ -91,6 +95,92 @@ int WalkPath(CFDictionaryRef root, PathComponents components, Walk walk, bool fo
     return kSCStatusOK;
 }
 
+// The same lookup walk as WalkPath, for paths of one-byte text, without
+// making a string or a list for any component: keys are looked up by their
+// text, and a link's target is walked in place. Returns false when it
+// cannot decide (a path or link of wide text, a dictionary with other key
+// callbacks, a path of more components than it keeps), and the caller then
+// takes WalkPath; otherwise *status and *node are WalkPath's results.
+bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, bool followLast, int* status, CFTypeRef* node) {
+    if (path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return false;
+    __CFString::View text = path->view();
+    if (text.wide || text.length == 0 || text.narrow()[0] != '/') return false;
+
+    // The components still to walk, as pieces of the path or of link targets
+    // (which the tree holds unchanged for the length of the walk).
+    struct Piece {
+        const UInt8* text;
+        std::size_t length;
+    };
+    const std::size_t kMaxPieces = 32;
+    Piece pieces[kMaxPieces];
+    std::size_t count = 0;
+    auto split = [&](const UInt8* bytes, std::size_t length, const Piece* rest, std::size_t restCount) {
+        Piece joined[kMaxPieces];
+        std::size_t n = 0;
+        for (std::size_t i = 0; i < length;) {
+            std::size_t end = i;
+            while (end < length && bytes[end] != '/') ++end;
+            if (end > i) {
+                if (n == kMaxPieces) return false;
+                joined[n++] = Piece{bytes + i, end - i};
+            }
+            i = end + 1;
+        }
+        for (std::size_t k = 0; k < restCount; ++k) {
+            if (n == kMaxPieces) return false;
+            joined[n++] = rest[k];
+        }
+        std::copy(joined, joined + n, pieces);
+        count = n;
+        return true;
+    };
+    if (!split(text.narrow(), text.length, nullptr, 0)) return false;
+
+    int hops = 0;
+    CFTypeRef current = root;
+    for (std::size_t i = 0; i < count;) {
+        if (!IsDictionary(current)) {
+            *status = kSCStatusNoKey;
+            return true;
+        }
+        bool searched = false;
+        CFTypeRef child = cfrt::DictionaryGetValueForText(static_cast<CFDictionaryRef>(current), pieces[i].text,
+                                                          pieces[i].length, &searched);
+        if (!searched) return false;
+        if (child == nil) {
+            *status = kSCStatusNoKey;
+            return true;
+        }
+        CFStringRef link = LinkTarget(child);
+        bool last = i + 1 == count;
+        if (link != nil && (!last || followLast)) {
+            if (++hops > kMaxLinkHops) {
+                *status = kSCStatusMaxLink;
+                return true;
+            }
+            __CFString::View target = link->view();
+            if (target.wide) return false;
+            if (target.length == 0 || target.narrow()[0] != '/') {
+                *status = kSCStatusNoKey;
+                return true;
+            }
+            Piece rest[kMaxPieces];
+            std::size_t restCount = count - (i + 1);
+            std::copy(pieces + i + 1, pieces + count, rest);
+            if (!split(target.narrow(), target.length, rest, restCount)) return false;
+            current = root;
+            i = 0;
+            continue;
+        }
+        current = child;
+        ++i;
+    }
+    *status = kSCStatusOK;
+    *node = current;
+    return true;
+}
+
 // The child dictionary of parent at key, made parent's own first: when
 // someone else has retained it, a mutable copy takes its place. A missing
 // child is created.
@@ -150,30 +240,43 @@ Boolean StoreAtPath(SCPreferencesRef ref, CFStringRef path, CFDictionaryRef valu
 }  // namespace
 
 CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef ref, CFStringRef path) {
+    int status = kSCStatusOK;
+    CFTypeRef node = nil;
+    if (ref != nil && WalkOneBytePath(SCPreferencesInside(ref)->tree.get(), path, true, &status, &node)) {
+        if (status == kSCStatusOK && !IsDictionary(node)) status = kSCStatusNoKey;
+        _SCErrorSet(status);
+        return status == kSCStatusOK ? static_cast<CFDictionaryRef>(node) : nil;
+    }
     PathComponents components;
     if (ref == nil || !SplitPath(path, &components)) {
         _SCErrorSet(kSCStatusInvalidArgument);
         return nil;
     }
     PathComponents resolved;
-    CFTypeRef node = nil;
-    int status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, true,
-                          &resolved, &node);
+    status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, true, &resolved,
+                      &node);
     if (status == kSCStatusOK && !IsDictionary(node)) status = kSCStatusNoKey;
     _SCErrorSet(status);
     return status == kSCStatusOK ? static_cast<CFDictionaryRef>(node) : nil;
 }
 
 CFStringRef SCPreferencesPathGetLink(SCPreferencesRef ref, CFStringRef path) {
+    int status = kSCStatusOK;
+    CFTypeRef node = nil;
+    if (ref != nil && WalkOneBytePath(SCPreferencesInside(ref)->tree.get(), path, false, &status, &node)) {
+        CFStringRef link = status == kSCStatusOK ? LinkTarget(node) : nil;
+        if (status == kSCStatusOK && link == nil) status = kSCStatusNoKey;
+        _SCErrorSet(status);
+        return link;
+    }
     PathComponents components;
     if (ref == nil || !SplitPath(path, &components)) {
         _SCErrorSet(kSCStatusInvalidArgument);
         return nil;
     }
     PathComponents resolved;
-    CFTypeRef node = nil;
-    int status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, false,
-                          &resolved, &node);
+    status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, false, &resolved,
+                      &node);
     CFStringRef link = status == kSCStatusOK ? LinkTarget(node) : nil;
     if (status == kSCStatusOK && link == nil) status = kSCStatusNoKey;
     _SCErrorSet(status);

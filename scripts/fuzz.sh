@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets with clang's libFuzzer into build-fuzz/ and runs
+# each for SECONDS (default 60), seeded from the real stores. Extra
+# arguments go to every run (for example -runs=5000000 instead of a time).
+#   bash scripts/fuzz.sh [SECONDS] [libFuzzer options...]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds=${1:-60}
+shift || true
+bash scripts/install-deps.sh
+cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+  -DTARNWICK_FUZZ=ON -DTARNWICK_TESTS=OFF >/dev/null
+cmake --build build-fuzz -j"$(nproc)" --target fuzz_xml_plist fuzz_binary_plist
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+artifacts=build-fuzz/artifacts
+mkdir -p "$artifacts"
+for target in fuzz_xml_plist fuzz_binary_plist; do
+  mkdir -p "$work/$target"
+  cp tests/data/stores/*.plist "$work/$target/"
+  dict=()
+  [ "$target" = fuzz_xml_plist ] && dict=(-dict=fuzz/xml_plist.dict)
+  echo "== $target, ${seconds}s"
+  build-fuzz/bin/$target "$work/$target" "${dict[@]}" -max_total_time="$seconds" -max_len=65536 \
+    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/" "$@" 2>&1 |
+    grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|Done|==[0-9]+==ERROR|SUMMARY)|Test unit written" || true
+  # libFuzzer leaves a crash-*, leak-*, timeout-* or oom-* file on a failure
+  # (a slow-unit-* file only notes a slow input).
+  if ls "$artifacts"/crash-* "$artifacts"/leak-* "$artifacts"/timeout-* "$artifacts"/oom-* >/dev/null 2>&1; then
+    echo "fuzz.sh: $target failed; the input is in $artifacts" >&2
+    exit 1
+  fi
+done
