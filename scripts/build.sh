@@ -13,7 +13,7 @@ options=(-DTARNWICK_WARNINGS_AS_ERRORS=ON -DTARNWICK_BENCH=ON)
 targets=()
 for arg in "$@"; do
   case "$arg" in
-    --sanitize) dir=build-sanitize; options+=(-DTARNWICK_SANITIZE=ON) ;;
+    --sanitize) dir=build-sanitize; options+=(-DTARNWICK_SANITIZE=ON -DTARNWICK_BENCH=OFF) ;;
     --release) dir=build-release; type=Release ;;
     --tool-only) targets=(--target Tarnwick) ;;
     *) echo "build.sh: unknown option $arg" >&2; exit 2 ;;

@@ -19,19 +19,27 @@ export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 artifacts=build-fuzz/artifacts
 mkdir -p "$artifacts"
+# The two targets run side by side, one a core.
 for target in fuzz_xml_plist fuzz_binary_plist; do
   mkdir -p "$work/$target"
   cp tests/data/stores/*.plist "$work/$target/"
   dict=()
   [ "$target" = fuzz_xml_plist ] && dict=(-dict=fuzz/xml_plist.dict)
-  echo "== $target, ${seconds}s"
   build-fuzz/bin/$target "$work/$target" "${dict[@]}" -max_total_time="$seconds" -max_len=65536 \
-    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/" "$@" 2>&1 |
-    grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|Done|==[0-9]+==ERROR|SUMMARY)|Test unit written" || true
+    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/$target-" "$@" \
+    >"$work/$target.log" 2>&1 &
+done
+wait
+failed=0
+for target in fuzz_xml_plist fuzz_binary_plist; do
+  echo "== $target, ${seconds}s"
+  grep -E "^(stat::number_of_executed_units|stat::peak_rss_mb|Done|==[0-9]+==ERROR|SUMMARY)|Test unit written" \
+    "$work/$target.log" || true
   # libFuzzer leaves a crash-*, leak-*, timeout-* or oom-* file on a failure
   # (a slow-unit-* file only notes a slow input).
-  if ls "$artifacts"/crash-* "$artifacts"/leak-* "$artifacts"/timeout-* "$artifacts"/oom-* >/dev/null 2>&1; then
+  if ls "$artifacts/$target"-{crash,leak,timeout,oom}-* >/dev/null 2>&1; then
     echo "fuzz.sh: $target failed; the input is in $artifacts" >&2
-    exit 1
+    failed=1
   fi
 done
+exit "$failed"
