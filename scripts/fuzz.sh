@@ -37,7 +37,8 @@ for target in fuzz_xml_plist fuzz_binary_plist; do
     "$work/$target.log" || true
   # libFuzzer leaves a crash-*, leak-*, timeout-* or oom-* file on a failure
   # (a slow-unit-* file only notes a slow input).
-  if ls "$artifacts/$target"-{crash,leak,timeout,oom}-* >/dev/null 2>&1; then
+  if compgen -G "$artifacts/$target-crash-*" >/dev/null || compgen -G "$artifacts/$target-leak-*" >/dev/null ||
+    compgen -G "$artifacts/$target-timeout-*" >/dev/null || compgen -G "$artifacts/$target-oom-*" >/dev/null; then
     echo "fuzz.sh: $target failed; the input is in $artifacts" >&2
     failed=1
   fi
