@@ -35,14 +35,10 @@ CFRef<CFDictionaryRef> Port(const PortEntries& entries) {
     return CFRef<CFDictionaryRef>(port.release());
 }
 
-std::string Replaced(std::string text, const std::string& from, const std::string& to) {
-    return text.replace(text.find(from), from.size(), to);
-}
-
 // The two-set store without the service no set links to, so that a
 // rolled-back change leaves nothing else to collect.
 const std::string kLinkedStore =
-    Replaced(kTwoSetStore, "<key>5</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>", "");
+    Edited(kTwoSetStore, "<key>5</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>", "");
 
 // The service's keys, sorted; an entity is marked "-" when inactive and
 // followed by the value it is checked for, any other value follows its key.
@@ -130,9 +126,8 @@ TEST_F(Create, NewServiceEntitiesFollowThePortAndTheSystemVersion) {
             if (row.scripts) root_.write(std::string("/System/Library/Modem Scripts/") + script, "");
         }
         CFRef<CFStringRef> id;
-        testing::internal::CaptureStderr();  // the IPv4 builder warns about manual addresses of zero
+        StderrCapture warnings;  // the IPv4 builder warns about manual addresses of zero
         EXPECT_EQ(MoreSCNewService(nullptr, Port(row.port).get(), id.out()), noErr);
-        testing::internal::GetCapturedStderr();
         EXPECT_EQ(Text(id.get()), "6");
         EXPECT_EQ(Order(CFSTR("0")), (std::vector<std::string>{"3", "1", "2", "6"}));
         EXPECT_EQ(Describe(Saved("/NetworkServices/6").get()), row.expected);
@@ -160,9 +155,8 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
         {real("macbook-air-http-proxy-ppp.plist"), INT_MIN + 1, "-2147483647"},
         {real("ios-binary.plist"), INT_MIN + 1, "-2147483647"},
     };
-    auto saved = [this](const std::string& path) { return Saved(path.c_str()); };
     auto name = [&](const std::string& path) {
-        return Text(CFDictionaryGetValue(saved(path).get(), CFSTR("UserDefinedName")));
+        return Text(CFDictionaryGetValue(Saved(path).get(), CFSTR("UserDefinedName")));
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
@@ -190,7 +184,7 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
         for (std::size_t i = 0; i < order.size(); i++) {
             EXPECT_EQ(copies[i], std::to_string(row.firstServiceID + 1 + static_cast<int>(i)));
             EXPECT_TRUE(
-                CFEqual(saved("/NetworkServices/" + order[i]).get(), saved("/NetworkServices/" + copies[i]).get()));
+                CFEqual(Saved("/NetworkServices/" + order[i]).get(), Saved("/NetworkServices/" + copies[i]).get()));
         }
         EXPECT_EQ(copies.back(), Text(serviceCopy.get()));
         EXPECT_EQ(name("/NetworkServices/" + copies.back()), "Renamed");
@@ -208,12 +202,12 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
 TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
     // "NetworkServices" holds value; the services move aside.
     auto services = [](const std::string& value) {
-        return Replaced(kLinkedStore, "<key>NetworkServices</key><dict>",
+        return Edited(kLinkedStore, "<key>NetworkServices</key><dict>",
                         "<key>NetworkServices</key>" + value + "<key>Aside</key><dict>");
     };
     // Set 0 also lists service 7, whose link points at nothing.
     const std::string link = "<key>__LINK__</key><string>/NetworkServices/";
-    const std::string dangling = Replaced(Replaced(kLinkedStore, "<key>3</key><dict>" + link + "3</string></dict>",
+    const std::string dangling = Edited(Edited(kLinkedStore, "<key>3</key><dict>" + link + "3</string></dict>",
                                                    "<key>3</key><dict>" + link + "3</string></dict><key>7</key><dict>" +
                                                        link + "9</string></dict>"),
                                           "<string>2</string></array>", "<string>2</string><string>7</string></array>");
@@ -233,9 +227,9 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
         {services("<dict><key>__LINK__</key><string>/NetworkServices</string></dict>"), 'n', nullptr, nullptr,
          kEthernetPort, kSCStatusMaxLink},
         {kLinkedStore, 's', CFSTR("9"), nullptr, {}, kSCStatusNoKey},
-        {Replaced(kLinkedStore, "ServiceOrder", "Order"), 's', CFSTR("0"), nullptr, {}, coreFoundationUnknownErr},
+        {Edited(kLinkedStore, "ServiceOrder", "Order"), 's', CFSTR("0"), nullptr, {}, coreFoundationUnknownErr},
         {dangling, 's', CFSTR("0"), nullptr, {}, kSCStatusNoKey},  // after three copies were made
-        {Replaced(kLinkedStore, "<key>Sets</key><dict>", "<key>Sets</key><dict><key>2147483647</key><dict/>"), 's',
+        {Edited(kLinkedStore, "<key>Sets</key><dict>", "<key>Sets</key><dict><key>2147483647</key><dict/>"), 's',
          CFSTR("0"), nullptr, {}, kSCStatusFailed},
         {kLinkedStore, 'v', CFSTR("0"), CFSTR("9"), {}, kSCStatusNoKey},
         {kLinkedStore, 'v', CFSTR("9"), CFSTR("1"), {}, kSCStatusNoKey},  // copied, then no set to join
@@ -247,14 +241,13 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
         CFRef<CFStringRef> id;
         // Inside a session that asks to save, whatever the failed operation
         // left behind would reach the file.
-        testing::internal::CaptureStderr();
+        StderrCapture reports;
         OSStatus outer = MoreSCOpen(false, false);
         EXPECT_EQ(row.operation == 'n'   ? MoreSCNewService(row.setID, Port(row.port).get(), id.out())
                   : row.operation == 's' ? MoreSCDuplicateSet(row.setID, CFSTR("Copy"), id.out())
                                          : MoreSCDuplicateService(row.setID, row.serviceID, CFSTR("Copy"), id.out()),
                   row.status);
         MoreSCClose(&outer, true);
-        testing::internal::GetCapturedStderr();
         EXPECT_EQ(id.get(), nullptr);
         EXPECT_EQ(FileText(), before);
     }
@@ -292,14 +285,14 @@ TEST_F(Create, NewSetHasOneServicePerPortInPortOrder) {
         EXPECT_EQ(applies, 1);
 
         const std::string setPath = "/Sets/" + Text(newSet.get());
-        EXPECT_EQ(Text(CFDictionaryGetValue(Saved(setPath.c_str()).get(), CFSTR("UserDefinedName"))), "Dial-up");
-        CFRef<CFDictionaryRef> globals = Saved((setPath + "/Network/Global").c_str());
+        EXPECT_EQ(Text(CFDictionaryGetValue(Saved(setPath).get(), CFSTR("UserDefinedName"))), "Dial-up");
+        CFRef<CFDictionaryRef> globals = Saved(setPath + "/Network/Global");
         ASSERT_TRUE(globals);
         EXPECT_EQ(CFDictionaryGetCount(globals.get()), 2);
         EXPECT_TRUE(CFDictionaryContainsKey(globals.get(), CFSTR("NetInfo")));
         std::vector<std::string> described;
         for (const std::string& id : Order(newSet.get())) {
-            described.push_back(Describe(Saved(("/NetworkServices/" + id).c_str()).get()));
+            described.push_back(Describe(Saved("/NetworkServices/" + id).get()));
         }
         EXPECT_EQ(described, expected);
         ExpectKept(sets.get(), Saved("/Sets").get(), nullptr);
