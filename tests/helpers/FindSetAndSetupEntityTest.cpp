@@ -48,9 +48,9 @@ TEST_F(SetupEntityTest, WritesTheBuiltEntityOrNothing) {
     }
 
     const std::string before = FileText();
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     EXPECT_EQ(SetupEntity(CFSTR("0"), CFSTR("M"), CFSTR("Bogus"), nullptr), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "MoreAssertQ failure: false\n");
+    EXPECT_EQ(reports.text(), "MoreAssertQ failure: false\n");
     EXPECT_EQ(FileText(), before);
 }
 

@@ -10,6 +10,7 @@
 #include "ports/PortSorter.h"
 #include "support/FakeSysfs.h"
 #include "support/RegistrySnapshot.h"
+#include "support/StderrCapture.h"
 
 namespace {
 
@@ -56,9 +57,9 @@ struct Listing {
 
 Listing ListPorts() {
     Listing listing;
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     listing.err = MoreSCCreatePortArray(listing.ports.out());
-    listing.errors = testing::internal::GetCapturedStderr();
+    listing.errors = reports.text();
     EXPECT_EQ(listing.err == noErr, listing.ports.get() != nullptr);
     return listing;
 }

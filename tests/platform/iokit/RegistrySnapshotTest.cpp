@@ -2,6 +2,7 @@
 
 #include "platform/iokit/IOKitLib.h"
 #include "support/RegistrySnapshot.h"
+#include "support/StderrCapture.h"
 
 namespace {
 
@@ -146,9 +147,9 @@ TEST(RegistrySnapshot, ABrokenSnapshotFailsTheQueryInOneLine) {
         std::string path = (root.path() / "registry.plist").string();
         if (!row.contents.empty()) root.write("/registry.plist", row.contents);
         ::setenv("TARNWICK_IOREG", path.c_str(), 1);
-        testing::internal::CaptureStderr();
+        StderrCapture reports;
         Services services("IOService");
-        std::string message = testing::internal::GetCapturedStderr();
+        const std::string message = reports.text();
         ::unsetenv("TARNWICK_IOREG");
 
         EXPECT_EQ(row.status, services.status) << message;
