@@ -31,11 +31,11 @@ TEST_F(Entities, MissingEntityIsAnErrorAndSetReplacesWhole) {
     EXPECT_TRUE(CFEqual(Saved("/NetworkServices/3/Proxies").get(), second.get()));  // the first one's keys are gone
 }
 
-// An entity or a service switched to the state it already has: nothing is
-// saved and nothing applied.
+// An entity or a service switched to the state it already has (any non-zero
+// "active" meaning active): nothing is saved and nothing applied.
 TEST_F(Entities, SwitchingToTheCurrentStateNeitherSavesNorApplies) {
     const std::function<OSStatus()> switches[] = {
-        [] { return MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), true); },
+        [] { return MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), 2); },
         [] { return MoreSCSetServiceActive(nullptr, CFSTR("1"), true); },
         [] { return MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), true); },
         [] { return MoreSCSetServiceActive(nullptr, CFSTR("3"), false); },  // its marker holds 0
@@ -64,7 +64,7 @@ TEST_F(Entities, SwitchingActiveStatesSavesAndApplies) {
     EXPECT_EQ(MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), false), noErr);
     EXPECT_EQ(MoreSCIsServiceActive(CFSTR("0"), CFSTR("2"), &active), noErr);
     EXPECT_FALSE(active);
-    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("3"), true), noErr);
+    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("3"), 2), noErr);
     EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("3"), &active), noErr);
     EXPECT_TRUE(active);
 

@@ -121,20 +121,6 @@ TEST_F(Session, LockHeldByAnotherProcessMakesTheOpenBusy) {
     EXPECT_EQ(Close(kSCStatusPrefsBusy, true), kSCStatusPrefsBusy);
 }
 
-TEST_F(Session, FailedFirstOpenIsCountedAndClosedQuietly) {
-    root_.writeStore("this is not a property list");
-    StderrCapture reports;
-    OSStatus err = MoreSCOpen(false, false);
-    EXPECT_NE(err, noErr);
-    EXPECT_EQ(gPrefsOpenCount, 1);
-    EXPECT_EQ(gPrefsRef, nullptr);
-    EXPECT_EQ(Close(err, true), err);
-    // The store says why it failed; the session's own checks all hold.
-    EXPECT_NE(reports.text().find("SCPreferences: cannot read"), std::string::npos);
-    EXPECT_EQ(reports.text().find("MoreAssert"), std::string::npos);
-    EXPECT_EQ(FileText(), "this is not a property list");
-}
-
 TEST_F(Session, PlatformFailuresAlwaysBecomeAStatus) {
     EXPECT_EQ(MoreSCErrorBoolean(true), noErr);
 
