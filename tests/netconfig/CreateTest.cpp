@@ -109,13 +109,13 @@ TEST_F(Create, NewServiceEntitiesFollowThePortAndTheSystemVersion) {
     const std::string ethernet = "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=";
     const std::string wireless = "AirPort=00:0d:93:4e:5f:60 AppleTalk- DNS IPv4=DHCP Interface PPP- Proxies=0 ";
     const std::string dialUp = "DNS IPv4=PPP Interface=PPPSerial Modem=";
-    // The system version (nullptr: unknown), the port, whether modem scripts are installed, the service.
-    const struct { const char* version; PortEntries port; bool scripts; std::string expected; } rows[] = {
-        {"10.2", kEthernetPort, false, ethernet + "1 UserDefinedName=Built-in Ethernet "},
-        {"10.1.3", pppoe, false, ethernet + "0 UserDefinedName=Built-in Ethernet "},
-        {nullptr, airPort, false, wireless + "UserDefinedName=AirPort "},
-        {"10.4.11", modem, true, dialUp + "Apple Internal 56K Modem (v.90) PPP Proxies=1 UserDefinedName=Modem "},
-        {"10.4.11", modem, false, dialUp + " PPP Proxies=1 UserDefinedName=Modem "},
+    // The system version (nullptr: unknown), the port, the service. Two modem scripts are installed,
+    // the default sorting second; a machine without scripts is the new set's case.
+    const struct { const char* version; PortEntries port; std::string expected; } rows[] = {
+        {"10.2", kEthernetPort, ethernet + "1 UserDefinedName=Built-in Ethernet "},
+        {"10.1.3", pppoe, ethernet + "0 UserDefinedName=Built-in Ethernet "},
+        {nullptr, airPort, wireless + "UserDefinedName=AirPort "},
+        {"10.4.11", modem, dialUp + "Apple Internal 56K Modem (v.90) PPP Proxies=1 UserDefinedName=Modem "},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.expected);
@@ -123,7 +123,7 @@ TEST_F(Create, NewServiceEntitiesFollowThePortAndTheSystemVersion) {
         std::filesystem::remove_all(root_.path() / "System");
         if (row.version != nullptr) InstallSystemVersion(root_, row.version);
         for (const char* script : {"Apple Internal 56K Modem (v.90)", "56K Generic Modem"}) {
-            if (row.scripts) root_.write(std::string("/System/Library/Modem Scripts/") + script, "");
+            root_.write(std::string("/System/Library/Modem Scripts/") + script, "");
         }
         CFRef<CFStringRef> id;
         StderrCapture warnings;  // the IPv4 builder warns about manual addresses of zero
