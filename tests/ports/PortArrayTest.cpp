@@ -7,7 +7,6 @@
 
 #include "ports/MoreSCFPortScanner.h"
 #include "ports/PortNames.h"
-#include "ports/PortSorter.h"
 #include "support/FakeSysfs.h"
 #include "support/RegistrySnapshot.h"
 #include "support/StderrCapture.h"
@@ -217,24 +216,6 @@ TEST(PortArray, TheCallbackTranslatesTemplatesAndDecidesTheOutcome) {
         EXPECT_EQ(row.seen, gTranslation.seen);
         EXPECT_EQ(std::string::npos, listing.errors.find("callback")) << listing.errors;
     }
-}
-
-TEST(PortSorter, AKindlessPortGoesLastAndEqualKindsGoByName) {
-    auto port = [](long sortOrder, CFStringRef name) {
-        CFRef<CFMutableDictionaryRef> dict(
-            CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-        CFRef<CFNumberRef> number(CFNumberCreate(nullptr, kCFNumberLongType, &sortOrder));
-        if (sortOrder >= 0) CFDictionarySetValue(dict.get(), CFSTR("SortOrder"), number.get());
-        CFDictionarySetValue(dict.get(), CFSTR("UserDefinedName"), name);
-        return dict;
-    };
-    CFRef<CFMutableDictionaryRef> kindless = port(-1, CFSTR("a")), lower = port(9, CFSTR("b")),
-                                  upper = port(9, CFSTR("C")), odd = port(101, CFSTR("a"));
-    EXPECT_EQ(100, SortOrder(kindless.get()));
-    EXPECT_EQ(kCFCompareGreaterThan, PortSorter(kindless.get(), lower.get(), nullptr));
-    EXPECT_EQ(kCFCompareLessThan, PortSorter(kindless.get(), odd.get(), nullptr));
-    EXPECT_EQ(kCFCompareLessThan, PortSorter(lower.get(), upper.get(), nullptr));  // letters before case
-    EXPECT_EQ(kCFCompareEqualTo, PortSorter(lower.get(), lower.get(), nullptr));
 }
 
 TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {
