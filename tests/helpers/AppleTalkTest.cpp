@@ -25,9 +25,9 @@ TEST_F(AppleTalk, IsActiveLooksAtActiveServicesUntilTheFirstAnswerOrError) {
         EXPECT_EQ(MoreSCIsAppleTalkActive(row.setID, &active), row.err) << Text(row.setID);
         EXPECT_EQ(active, row.active) << Text(row.setID);
     }
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     EXPECT_EQ(MoreSCIsAppleTalkActive(nullptr, nullptr), paramErr);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "MoreAssertQ failure: active != nil\n");
+    EXPECT_EQ(reports.text(), "MoreAssertQ failure: active != nil\n");
 }
 
 TEST_F(AppleTalk, SetSavesOnlyWhenAnEntityChanged) {

@@ -19,9 +19,7 @@ Strings ActiveDHCP() {
     OSStatus err = MoreSCCreateActiveDHCPServicesArray(services.out());
     EXPECT_EQ(err == noErr, services.get() != nullptr);
     if (err != noErr) return {"(failed " + std::to_string(err) + ")"};
-    Strings ids;
-    for (CFIndex i = 0; i < CFArrayGetCount(services.get()); i++) ids.push_back(Text(CFArrayGetValueAtIndex(services.get(), i)));
-    return ids;
+    return Texts(services.get());
 }
 
 TEST_F(DHCP, RealStoresListTheirDHCPServicesInKeyOrder) {
@@ -50,9 +48,9 @@ TEST_F(DHCP, ActiveServicesComeFromTheLiveStateAndAMissingMethodFailsAll) {
     EXPECT_EQ(ActiveDHCP(), Strings{});
 
     root_.write("/var/run/SystemConfiguration/preferences.plist", "garbage");
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     EXPECT_EQ(ActiveDHCP(), Strings{"(failed 1001)"});
-    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    EXPECT_NE(reports.text(), "");
 }
 
 // Each apply as the live state showed it: its generation, and whether
@@ -77,9 +75,8 @@ TEST_F(DHCP, ReleasePublishesTheServiceWithoutItsIPv4EntityThenWithIt) {
     // would save the entity active again, does not run.
     std::filesystem::remove_all(root_.path() / "var/run");
     root_.write("/var/run", "a file where a folder belongs");
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     EXPECT_EQ(MoreSCDHCPRelease(CFSTR("E")), kSCStatusFailed);
-    testing::internal::GetCapturedStderr();
     EXPECT_FALSE(SavedActive("/NetworkServices/E/IPv4"));
     EXPECT_EQ(gPublished.size(), 2u);
     SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);

@@ -1,4 +1,4 @@
-// A store for the helper tests, and ways to look at what was saved.
+// A store for the helper tests, and more ways to look at what was saved.
 //
 // Sets in the store's order: "0" Home (current) orders E, W, X, M, D; "1"
 // Office orders O, M; "2" Home has no services; "3" Lab orders X, W.
@@ -6,15 +6,8 @@
 // inactive service. IPv4 methods: E, X, D DHCP; W Manual; M PPP.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "platform/corefoundation/CFRef.h"
+#include "netconfig/StoreFixture.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
-#include "platform/systemconfiguration/SCPreferences.h"
-#include "support/TempRoot.h"
 
 // A set dictionary named name ("": no name) linking services in order.
 inline std::string SetXML(const std::string& name, const std::vector<std::string>& services) {
@@ -44,26 +37,9 @@ inline std::string HelpersStoreXML(const std::string& officeName = "Office") {
            "<key>2</key>" + SetXML("Home", {}) + "<key>3</key>" + SetXML("Lab", {"X", "W"}) + "</dict></dict></plist>\n";
 }
 
-inline std::string Text(CFTypeRef string) {
-    char buffer[256];
-    if (string == nullptr) return "(nil)";
-    return CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8)
-               ? buffer
-               : "(unreadable)";
-}
-
-class HelpersTest : public testing::Test {
+class HelpersTest : public StoreTest {
 protected:
     void SetUp() override { root_.writeStore(HelpersStoreXML()); }
-
-    std::string FileText() const { return TempRoot::ReadFile(root_.storePath()); }
-
-    // The dictionary at path in the store as saved, or nil.
-    CFRef<CFDictionaryRef> Saved(const std::string& path) const {
-        CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(nullptr, CFSTR("test"), nullptr));
-        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path.c_str(), kCFStringEncodingUTF8));
-        return CFRef<CFDictionaryRef>::Retain(prefs ? SCPreferencesPathGetValue(prefs.get(), cfPath.get()) : nullptr);
-    }
 
     // Whether the entity at path is saved and carries no inactive marker.
     bool SavedActive(const std::string& path) const {
@@ -76,6 +52,4 @@ protected:
         CFRef<SCDynamicStoreRef> store(SCDynamicStoreCreate(nullptr, CFSTR("test"), nullptr, nullptr));
         return store ? SCDynamicStoreGetGenerationForTesting(store.get()) : -1;
     }
-
-    TempRoot root_;
 };

@@ -31,11 +31,11 @@ TEST_F(Entities, MissingEntityIsAnErrorAndSetReplacesWhole) {
     EXPECT_TRUE(CFEqual(Saved("/NetworkServices/3/Proxies").get(), second.get()));  // the first one's keys are gone
 }
 
-// An entity or a service switched to the state it already has: nothing is
-// saved and nothing applied.
+// An entity or a service switched to the state it already has (any non-zero
+// "active" meaning active): nothing is saved and nothing applied.
 TEST_F(Entities, SwitchingToTheCurrentStateNeitherSavesNorApplies) {
     const std::function<OSStatus()> switches[] = {
-        [] { return MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), true); },
+        [] { return MoreSCSetEntityActive(nullptr, CFSTR("1"), CFSTR("Proxies"), 2); },
         [] { return MoreSCSetServiceActive(nullptr, CFSTR("1"), true); },
         [] { return MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), true); },
         [] { return MoreSCSetServiceActive(nullptr, CFSTR("3"), false); },  // its marker holds 0
@@ -60,16 +60,23 @@ TEST_F(Entities, SwitchingActiveStatesSavesAndApplies) {
                                  kCFNumberSInt32Type, &marker));
     EXPECT_EQ(marker, 1);
 
-    // A service shared by two sets, switched through one, seen through the other.
+    // A service shared by two sets, switched through one, seen through the
+    // other; only the marker's presence counts (service 3's holds 0).
     EXPECT_EQ(MoreSCSetServiceActive(CFSTR("1"), CFSTR("2"), false), noErr);
     EXPECT_EQ(MoreSCIsServiceActive(CFSTR("0"), CFSTR("2"), &active), noErr);
     EXPECT_FALSE(active);
-    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("3"), true), noErr);
+    EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("1"), &active), noErr);
+    EXPECT_TRUE(active);
+    EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("3"), &active), noErr);
+    EXPECT_FALSE(active);
+    EXPECT_EQ(MoreSCSetServiceActive(nullptr, CFSTR("3"), 2), noErr);
     EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("3"), &active), noErr);
     EXPECT_TRUE(active);
 
-    // Absent entity: an error, the caller's answer untouched.
+    // An absent entity, or a service the set does not link (4): an error,
+    // the caller's answer untouched.
     EXPECT_EQ(MoreSCIsEntityActive(nullptr, CFSTR("1"), CFSTR("DNS"), &active), kSCStatusNoKey);
+    EXPECT_NE(MoreSCIsServiceActive(nullptr, CFSTR("4"), &active), noErr);
     EXPECT_TRUE(active);
 }
 
@@ -105,14 +112,6 @@ TEST_F(Entities, ListAndReplaceAllEntitiesKeepingNameAndMarker) {
     EXPECT_EQ(CFDictionaryGetCount(service.get()), 3);  // name, marker, new IPv4
     EXPECT_TRUE(CFDictionaryContainsKey(service.get(), CFSTR("__INACTIVE__")));
     EXPECT_TRUE(CFEqual(CFDictionaryGetValue(service.get(), CFSTR("IPv4")), ipv4.get()));
-}
-
-TEST_F(Entities, NilServiceMeansTheSetsGlobalEntities) {
-    CFRef<CFDictionaryRef> ipv4;
-    EXPECT_EQ(MoreSCCopyEntity(CFSTR("1"), nullptr, CFSTR("IPv4"), ipv4.out()), noErr);
-    ASSERT_TRUE(ipv4);
-    EXPECT_EQ(Texts(static_cast<CFArrayRef>(CFDictionaryGetValue(ipv4.get(), CFSTR("ServiceOrder")))),
-              (std::vector<std::string>{"2", "L4"}));
 }
 
 }  // namespace

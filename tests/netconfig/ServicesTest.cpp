@@ -24,19 +24,6 @@ TEST_F(Services, LocalAndResolvedIDsInServiceOrder) {
     }
 }
 
-TEST_F(Services, ActiveMeansNoInactiveMarkerWhateverItsValue) {
-    Boolean active = false;
-    EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("1"), &active), noErr);
-    EXPECT_TRUE(active);
-    EXPECT_EQ(MoreSCIsServiceActive(nullptr, CFSTR("3"), &active), noErr);
-    EXPECT_FALSE(active);
-
-    // Service 4 exists but set 0 does not link it: an error, the answer untouched.
-    active = 7;
-    EXPECT_NE(MoreSCIsServiceActive(nullptr, CFSTR("4"), &active), noErr);
-    EXPECT_EQ(active, 7);
-}
-
 TEST_F(Services, NamesAndRenamingThroughAnotherSet) {
     const std::tuple<const char*, OSStatus, const char*> bsdNames[] = {
         {"1", noErr, "en0"}, {"2", coreFoundationUnknownErr, "(nil)"}, {"3", kSCStatusNoKey, "(nil)"}};
@@ -53,40 +40,34 @@ TEST_F(Services, NamesAndRenamingThroughAnotherSet) {
     EXPECT_EQ(Text(text.get()), "Office Wi-Fi");
 }
 
-TEST_F(Services, SetWithoutGlobalIPv4Entity) {
-    root_.writeStore(Edited(kTwoSetStore, "<key>IPv4</key><dict><key>ServiceOrder</key>\n"
-                                          "      <array><string>2</string><string>L4</string></array></dict>",
-                            ""));
-    const std::string before = FileText();
-
-    CFRef<CFArrayRef> ids;
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("1"), ids.out(), nullptr), kSCStatusNoKey);
-    CFRef<CFDictionaryRef> services;
-    EXPECT_EQ(MoreSCCopyServicesDict(CFSTR("1"), services.out(), nullptr), noErr);
-    EXPECT_EQ(CFDictionaryGetCount(services.get()), 2);
-    CFRef<CFMutableDictionaryRef> mutableServices;
-    EXPECT_EQ(MoreSCCopyServicesDictMutable(CFSTR("1"), mutableServices.out(), nullptr), kSCStatusNoKey);
-    EXPECT_EQ(mutableServices.get(), nullptr);
-
-    // Writing the order alone needs the entity; none is created.
-    CFRef<CFArrayRef> order;
-    EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), order.out(), nullptr), noErr);
-    EXPECT_EQ(MoreSCSetServicesDict(CFSTR("1"), nullptr, order.get()), kSCStatusNoKey);
-    EXPECT_EQ(FileText(), before);
-}
-
-// An empty order lists nothing; an order that is not an array counts as none.
-TEST_F(Services, EmptyOrMalformedServiceOrder) {
-    const std::pair<const char*, OSStatus> rows[] = {{"<array/>", noErr}, {"<string>2</string>", coreFoundationUnknownErr}};
+// Set 1 without its global IPv4 entity, with an empty order, or with an
+// order that is not an array (which counts as none). The services can be
+// had all the same; writing the order alone needs the entity, and none is
+// created.
+TEST_F(Services, MissingEmptyOrMalformedServiceOrder) {
+    const std::string kOrder = "<array><string>2</string><string>L4</string></array>";
+    const std::pair<std::string, OSStatus> rows[] = {
+        {"", kSCStatusNoKey}, {"<array/>", noErr}, {"<string>2</string>", coreFoundationUnknownErr}};
     for (const auto& [order, status] : rows) {
         SCOPED_TRACE(order);
-        root_.writeStore(Edited(kTwoSetStore, "<array><string>2</string><string>L4</string></array>", order));
-        CFRef<CFArrayRef> local, resolved;
+        root_.writeStore(order.empty() ? Edited(kTwoSetStore, "<key>IPv4</key><dict><key>ServiceOrder</key>\n      " +
+                                                                  kOrder + "</dict>", "")
+                                       : Edited(kTwoSetStore, kOrder, order));
+        const std::string before = FileText();
+        CFRef<CFArrayRef> local, resolved, setZero;
         EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("1"), local.out(), resolved.out()), status);
         EXPECT_EQ(local.get() != nullptr && CFArrayGetCount(local.get()) == 0, status == noErr);
         EXPECT_EQ(resolved.get() != nullptr && CFArrayGetCount(resolved.get()) == 0, status == noErr);
-        CFRef<CFMutableDictionaryRef> services;
-        EXPECT_EQ(MoreSCCopyServicesDictMutable(CFSTR("1"), services.out(), nullptr), status);
+        CFRef<CFMutableDictionaryRef> mutableServices;
+        EXPECT_EQ(MoreSCCopyServicesDictMutable(CFSTR("1"), mutableServices.out(), nullptr), status);
+        EXPECT_EQ(mutableServices.get() != nullptr, status == noErr);
+        CFRef<CFDictionaryRef> services;
+        EXPECT_EQ(MoreSCCopyServicesDict(CFSTR("1"), services.out(), nullptr), noErr);
+        EXPECT_EQ(CFDictionaryGetCount(services.get()), 2);
+        if (!order.empty()) continue;
+        EXPECT_EQ(MoreSCCopyServiceIDs(CFSTR("0"), setZero.out(), nullptr), noErr);
+        EXPECT_EQ(MoreSCSetServicesDict(CFSTR("1"), nullptr, setZero.get()), kSCStatusNoKey);
+        EXPECT_EQ(FileText(), before);
     }
 }
 

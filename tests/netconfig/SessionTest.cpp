@@ -88,12 +88,23 @@ TEST_F(Session, StoreIsOpenedUnderTheClientName) {
 }
 
 // The lock is taken once, by whichever open first asks for it, and held to
-// the outermost close; another process is kept out meanwhile.
+// the outermost close; another process is kept out meanwhile. A lock held
+// by another process makes the open busy: counted, with the store open but
+// unlocked, and the close keeps the error.
 TEST_F(Session, LockIsTakenOnRequestAndHeldToTheOutermostClose) {
     auto otherCanLock = [] {
         StoreLockHolder other;
         return other.locked();
     };
+    {
+        StoreLockHolder holder;
+        ASSERT_TRUE(holder.locked());
+        EXPECT_EQ(MoreSCOpen(true, false), kSCStatusPrefsBusy);
+        EXPECT_EQ(gPrefsOpenCount, 1);
+        EXPECT_NE(gPrefsRef, nullptr);
+        EXPECT_FALSE(gPrefsLocked);
+        EXPECT_EQ(Close(kSCStatusPrefsBusy, true), kSCStatusPrefsBusy);
+    }
     {
         StderrCapture reports;  // waiting without locking makes no sense: no lock
         EXPECT_EQ(MoreSCOpen(false, true), noErr);
@@ -108,31 +119,6 @@ TEST_F(Session, LockIsTakenOnRequestAndHeldToTheOutermostClose) {
     EXPECT_FALSE(otherCanLock());
     EXPECT_EQ(Close(noErr, false), noErr);
     EXPECT_TRUE(otherCanLock());
-}
-
-TEST_F(Session, LockHeldByAnotherProcessMakesTheOpenBusy) {
-    StoreLockHolder holder;
-    ASSERT_TRUE(holder.locked());
-    EXPECT_EQ(MoreSCOpen(true, false), kSCStatusPrefsBusy);
-    // Counted, with the store open but unlocked; the close keeps the error.
-    EXPECT_EQ(gPrefsOpenCount, 1);
-    EXPECT_NE(gPrefsRef, nullptr);
-    EXPECT_FALSE(gPrefsLocked);
-    EXPECT_EQ(Close(kSCStatusPrefsBusy, true), kSCStatusPrefsBusy);
-}
-
-TEST_F(Session, FailedFirstOpenIsCountedAndClosedQuietly) {
-    root_.writeStore("this is not a property list");
-    StderrCapture reports;
-    OSStatus err = MoreSCOpen(false, false);
-    EXPECT_NE(err, noErr);
-    EXPECT_EQ(gPrefsOpenCount, 1);
-    EXPECT_EQ(gPrefsRef, nullptr);
-    EXPECT_EQ(Close(err, true), err);
-    // The store says why it failed; the session's own checks all hold.
-    EXPECT_NE(reports.text().find("SCPreferences: cannot read"), std::string::npos);
-    EXPECT_EQ(reports.text().find("MoreAssert"), std::string::npos);
-    EXPECT_EQ(FileText(), "this is not a property list");
 }
 
 TEST_F(Session, PlatformFailuresAlwaysBecomeAStatus) {

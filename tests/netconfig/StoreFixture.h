@@ -68,11 +68,10 @@ protected:
     }
 
     // The dictionary at path in the store as saved on disk, or nil.
-    CFRef<CFDictionaryRef> Saved(const char* path) const {
+    CFRef<CFDictionaryRef> Saved(const std::string& path) const {
         CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(nullptr, CFSTR("test"), nullptr));
-        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path, kCFStringEncodingUTF8));
-        if (!prefs) return CFRef<CFDictionaryRef>();
-        return CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), cfPath.get()));
+        CFRef<CFStringRef> cfPath(CFStringCreateWithCString(nullptr, path.c_str(), kCFStringEncodingUTF8));
+        return CFRef<CFDictionaryRef>::Retain(prefs ? SCPreferencesPathGetValue(prefs.get(), cfPath.get()) : nullptr);
     }
 
     TempRoot root_;

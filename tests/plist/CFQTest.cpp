@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/corefoundation/CFRef.h"
+#include "platform/corefoundation/PropertyListFile.h"
 #include "plist/MoreCFQ.h"
 #include "support/StderrCapture.h"
 
@@ -25,18 +26,13 @@ OSStatus Get(CFDictionaryRef root, Path path, const void** found) {
 // { "A": { "B": { "C": "leaf" }, "S": "string" } }, with immutable inner
 // dictionaries, as a store hands them out.
 CFRef<CFMutableDictionaryRef> MakeTree() {
-    const void* cKey = CFSTR("C");
-    const void* cValue = CFSTR("leaf");
-    CFRef<CFDictionaryRef> b(
-        CFDictionaryCreate(nil, &cKey, &cValue, 1, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-    const void* aKeys[] = {CFSTR("B"), CFSTR("S")};
-    const void* aValues[] = {b.get(), CFSTR("string")};
-    CFRef<CFDictionaryRef> a(
-        CFDictionaryCreate(nil, aKeys, aValues, 2, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-    CFRef<CFMutableDictionaryRef> root;
-    EXPECT_EQ(CFQDictionaryCreateMutable(root.out()), noErr);
-    CFDictionarySetValue(root.get(), CFSTR("A"), a.get());
-    return root;
+    PropertyListFormat format;
+    std::string fault;
+    CFRef<CFDictionaryRef> parsed(PropertyListCreateFromFileBytes(
+        "<plist><dict><key>A</key><dict><key>B</key><dict><key>C</key><string>leaf</string></dict>"
+        "<key>S</key><string>string</string></dict></dict></plist>", &format, &fault));
+    CFRef<CFPropertyListRef> frozen(CFPropertyListCreateDeepCopy(nil, parsed.get(), kCFPropertyListImmutable));
+    return CFRef<CFMutableDictionaryRef>(CFDictionaryCreateMutableCopy(nil, 0, static_cast<CFDictionaryRef>(frozen.get())));
 }
 
 TEST(CFQKeyPaths, GetFindsValuesAndNamesTheFirstBadStep) {

@@ -7,9 +7,9 @@
 
 #include "ports/MoreSCFPortScanner.h"
 #include "ports/PortNames.h"
-#include "ports/PortSorter.h"
 #include "support/FakeSysfs.h"
 #include "support/RegistrySnapshot.h"
+#include "support/StderrCapture.h"
 
 namespace {
 
@@ -56,9 +56,9 @@ struct Listing {
 
 Listing ListPorts() {
     Listing listing;
-    testing::internal::CaptureStderr();
+    StderrCapture reports;
     listing.err = MoreSCCreatePortArray(listing.ports.out());
-    listing.errors = testing::internal::GetCapturedStderr();
+    listing.errors = reports.text();
     EXPECT_EQ(listing.err == noErr, listing.ports.get() != nullptr);
     return listing;
 }
@@ -78,13 +78,20 @@ RegistrySnapshot::Entry& AddUSBAdaptor(RegistrySnapshot& r, const std::string& b
 
 }  // namespace
 
+// Without a callback the names stay English, and the warning about it is
+// written once per process.
 TEST(PortArray, EthernetAirPortAndInternalModemGiveTheirDictionariesInKindOrder) {
-    Listing listing = ListMachine([](RegistrySnapshot& r) {
+    MoreSCFSetPortNameCallback(nullptr);
+    gHavePrinted = false;
+    Machine machine = [](RegistrySnapshot& r) {
         r.AddAirPort("en1");
         r.AddBuiltInEthernet("en0");
         r.AddInternalModem();
-    });
+    };
+    Listing listing = ListMachine(machine);
     ASSERT_EQ(noErr, listing.err) << listing.errors;
+    EXPECT_EQ("MoreSCFPortScanner: You should install a port name callback.\n", listing.errors);
+    EXPECT_EQ("", ListMachine(machine).errors);
     Texts expected = {"Internal Modem Modem PPP PPPSerial modem 0",
                       "Built-in Ethernet Ethernet Ethernet en0 00:0a:95:9d:68:16 5",
                       "AirPort AirPort Ethernet en1 00:30:65:01:02:03 7"};
@@ -151,17 +158,6 @@ TEST(PortArray, PortsLeftOutAndPortsThatFailTheWholeArray) {
     }
 }
 
-TEST(PortArray, WithoutACallbackTheWarningIsWrittenOncePerProcess) {
-    MoreSCFSetPortNameCallback(nullptr);
-    gHavePrinted = false;
-    Machine machine = [](RegistrySnapshot& r) {
-        r.AddBuiltInEthernet();
-        r.AddInternalModem();
-    };
-    EXPECT_EQ("MoreSCFPortScanner: You should install a port name callback.\n", ListMachine(machine).errors);
-    EXPECT_EQ("", ListMachine(machine).errors);
-}
-
 namespace {
 
 // The callback of the test below: "[fr] " before the English template, or
@@ -220,24 +216,6 @@ TEST(PortArray, TheCallbackTranslatesTemplatesAndDecidesTheOutcome) {
         EXPECT_EQ(row.seen, gTranslation.seen);
         EXPECT_EQ(std::string::npos, listing.errors.find("callback")) << listing.errors;
     }
-}
-
-TEST(PortSorter, AKindlessPortGoesLastAndEqualKindsGoByName) {
-    auto port = [](long sortOrder, CFStringRef name) {
-        CFRef<CFMutableDictionaryRef> dict(
-            CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-        CFRef<CFNumberRef> number(CFNumberCreate(nullptr, kCFNumberLongType, &sortOrder));
-        if (sortOrder >= 0) CFDictionarySetValue(dict.get(), CFSTR("SortOrder"), number.get());
-        CFDictionarySetValue(dict.get(), CFSTR("UserDefinedName"), name);
-        return dict;
-    };
-    CFRef<CFMutableDictionaryRef> kindless = port(-1, CFSTR("a")), lower = port(9, CFSTR("b")),
-                                  upper = port(9, CFSTR("C")), odd = port(101, CFSTR("a"));
-    EXPECT_EQ(100, SortOrder(kindless.get()));
-    EXPECT_EQ(kCFCompareGreaterThan, PortSorter(kindless.get(), lower.get(), nullptr));
-    EXPECT_EQ(kCFCompareLessThan, PortSorter(kindless.get(), odd.get(), nullptr));
-    EXPECT_EQ(kCFCompareLessThan, PortSorter(lower.get(), upper.get(), nullptr));  // letters before case
-    EXPECT_EQ(kCFCompareEqualTo, PortSorter(lower.get(), lower.get(), nullptr));
 }
 
 TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/iokit/IOKitLib.h"
+#include "support/CFText.h"
 #include "support/RegistrySnapshot.h"
+#include "support/StderrCapture.h"
 
 namespace {
 
@@ -20,15 +22,10 @@ struct Services : std::vector<io_object_t> {
     }
 };
 
-// A string property, or "-".
+// A string property as text.
 std::string Property(io_object_t entry, const char* key) {
     CFRef<CFStringRef> keyString(CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8));
-    CFRef<CFTypeRef> value(IORegistryEntryCreateCFProperty(entry, keyString.get(), nullptr, 0));
-    char text[256] = "-";
-    if (value && CFGetTypeID(value.get()) == CFStringGetTypeID()) {
-        CFStringGetCString(static_cast<CFStringRef>(value.get()), text, sizeof(text), kCFStringEncodingUTF8);
-    }
-    return text;
+    return Text(CFRef<CFTypeRef>(IORegistryEntryCreateCFProperty(entry, keyString.get(), nullptr, 0)).get());
 }
 
 std::string ClassOf(io_object_t entry) {
@@ -37,7 +34,7 @@ std::string ClassOf(io_object_t entry) {
     return className;
 }
 
-using Texts = std::vector<std::string>;
+using Strings = std::vector<std::string>;
 
 }  // namespace
 
@@ -56,8 +53,8 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
 
         Services ethernet(kIOEthernetInterfaceClass);
         ASSERT_EQ(3u, ethernet.size());
-        EXPECT_EQ((Texts{"en0", "en2", "en1"}),
-                  (Texts{Property(ethernet[0], kIOBSDNameKey), Property(ethernet[1], kIOBSDNameKey),
+        EXPECT_EQ((Strings{"en0", "en2", "en1"}),
+                  (Strings{Property(ethernet[0], kIOBSDNameKey), Property(ethernet[1], kIOBSDNameKey),
                          Property(ethernet[2], kIOBSDNameKey)}));
         EXPECT_TRUE(IOObjectConformsTo(ethernet[2], "IONetworkInterface"));
         EXPECT_FALSE(IOObjectConformsTo(ethernet[2], "IOEthernetController"));
@@ -82,8 +79,8 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
         EXPECT_FALSE(IOObjectConformsTo(mystery[0], kIOEthernetInterfaceClass));
         Services all("OSObject");
         ASSERT_EQ(14u, all.size());
-        EXPECT_EQ((Texts{"IOPCIDevice", "BCM5701Enet", "IOEthernetInterface", "IOEthernetInterface"}),
-                  (Texts{ClassOf(all[0]), ClassOf(all[1]), ClassOf(all[2]), ClassOf(all[3])}));
+        EXPECT_EQ((Strings{"IOPCIDevice", "BCM5701Enet", "IOEthernetInterface", "IOEthernetInterface"}),
+                  (Strings{ClassOf(all[0]), ClassOf(all[1]), ClassOf(all[2]), ClassOf(all[3])}));
 
         // A changed snapshot is read again.
         registry.AddBuiltInEthernet("en3");
@@ -146,9 +143,9 @@ TEST(RegistrySnapshot, ABrokenSnapshotFailsTheQueryInOneLine) {
         std::string path = (root.path() / "registry.plist").string();
         if (!row.contents.empty()) root.write("/registry.plist", row.contents);
         ::setenv("TARNWICK_IOREG", path.c_str(), 1);
-        testing::internal::CaptureStderr();
+        StderrCapture reports;
         Services services("IOService");
-        std::string message = testing::internal::GetCapturedStderr();
+        const std::string message = reports.text();
         ::unsetenv("TARNWICK_IOREG");
 
         EXPECT_EQ(row.status, services.status) << message;
