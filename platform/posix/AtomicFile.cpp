@@ -171,6 +171,11 @@ int RemoveLeftoverTemporaryFiles(const std::string& path) {
 
 bool WriteFileAtomically(const std::string& path, const std::string& bytes, std::string* fault, int* error,
                          FileStamp* written, bool durable) {
+    return WriteFileAtomically(path, {std::string_view(bytes)}, fault, error, written, durable);
+}
+
+bool WriteFileAtomically(const std::string& path, std::initializer_list<std::string_view> pieces,
+                         std::string* fault, int* error, FileStamp* written, bool durable) {
     std::filesystem::path target(path);
     std::filesystem::path folder = target.parent_path();
 
@@ -202,10 +207,16 @@ bool WriteFileAtomically(const std::string& path, const std::string& bytes, std:
     if (::fchmod(temp.get(), mode) != 0) {
         step = "cannot set the file mode";
     } else if (gInterruptAfterBytes >= 0) {
-        std::size_t partial = std::min(bytes.size(), static_cast<std::size_t>(gInterruptAfterBytes));
-        WriteAll(temp.get(), bytes.data(), partial);
+        std::size_t left = static_cast<std::size_t>(gInterruptAfterBytes);
+        for (std::string_view piece : pieces) {
+            std::size_t partial = std::min(piece.size(), left);
+            WriteAll(temp.get(), piece.data(), partial);
+            left -= partial;
+        }
         ::_exit(kAtomicFileInterruptedExitStatus);
-    } else if (!WriteAll(temp.get(), bytes.data(), bytes.size())) {
+    } else if (!std::all_of(pieces.begin(), pieces.end(), [&](std::string_view piece) {
+                   return WriteAll(temp.get(), piece.data(), piece.size());
+               })) {
         step = "cannot write";
     } else if (durable && ::fsync(temp.get()) != 0) {
         step = "cannot flush to disk";

@@ -11,7 +11,9 @@
 
 #include <cstddef>
 #include <ctime>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 // What the file system says about a file's contents: any save by rename
 // changes the inode, any write the modification time (and mostly the size).
@@ -60,6 +62,11 @@ FileReadResult StampFile(const std::string& path, FileStamp* stamp, int* error);
 // run-time state that does not outlive a restart anyway).
 bool WriteFileAtomically(const std::string& path, const std::string& bytes, std::string* fault, int* error,
                          FileStamp* written = nullptr, bool durable = true);
+
+// The same for a file made of several pieces written one after the other,
+// so that a caller adding a few bytes to a large text need not copy it.
+bool WriteFileAtomically(const std::string& path, std::initializer_list<std::string_view> pieces,
+                         std::string* fault, int* error, FileStamp* written = nullptr, bool durable = true);
 
 // Removes the temporary files that interrupted writes of path left behind:
 // regular files in path's folder named "." + its name + "." and six letters

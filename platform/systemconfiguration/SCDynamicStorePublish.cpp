@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "platform/posix/AtomicFile.h"
 #include "platform/posix/FileLock.h"
@@ -46,13 +47,12 @@ bool ReadFileStart(const std::string& path, std::string* bytes, std::string* fau
     return count >= 0;
 }
 
-// xml with the marker of generation inserted after its XML declaration (or
-// in front, when it has none).
-std::string NumberedXML(const std::string& xml, SInt64 generation) {
-    std::string marker = kMarkerStart + std::to_string(generation) + kMarkerEnd;
+// Where the marker goes in xml: right after its XML declaration, or in
+// front when it has none.
+std::size_t MarkerPosition(const std::string& xml) {
     std::size_t declarationEnd = xml.find("?>");
-    if (declarationEnd == std::string::npos || declarationEnd > xml.find("<plist")) return marker + "\n" + xml;
-    return xml.substr(0, declarationEnd + 2) + "\n" + marker + xml.substr(declarationEnd + 2);
+    if (declarationEnd == std::string::npos || declarationEnd > xml.find("<plist")) return 0;
+    return declarationEnd + 2;
 }
 
 }  // namespace
@@ -82,10 +82,17 @@ bool SCDynamicStorePublishApplied(const std::string& appliedFile, const std::str
     }
     std::string start;
     if (!ReadFileStart(appliedFile, &start, fault)) return false;
-    std::string numbered = NumberedXML(xml, SCDynamicStoreGenerationOfBytes(start) + 1);
+    std::string marker = kMarkerStart + std::to_string(SCDynamicStoreGenerationOfBytes(start) + 1) + kMarkerEnd;
+    std::size_t at = MarkerPosition(xml);
+    std::string_view text(xml);
+    // The marker on a line of its own: after the declaration's line end, or
+    // before the text when it goes in front.
+    std::string_view head = text.substr(0, at), tail = text.substr(at);
+    std::string between = at == 0 ? marker + "\n" : "\n" + marker;
     // Run-time state lasts until the next restart only: it is replaced whole,
-    // but not flushed to disk.
-    if (!WriteFileAtomically(appliedFile, numbered, fault, &error, nullptr, false)) return false;
+    // but not flushed to disk. The text is written in pieces around the
+    // marker rather than copied, as a large store's text is large.
+    if (!WriteFileAtomically(appliedFile, {head, between, tail}, fault, &error, nullptr, false)) return false;
     lock.unlock();
 
     if (gPublishObserver != nil) gPublishObserver(gPublishObserverContext);

@@ -331,18 +331,19 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     // file of the same name under its run-time folder.
     std::string applied = TarnwickRootPath(std::string(kAppliedFolder) + "/" +
                                            std::filesystem::path(prefs->file).filename().string());
-    std::string bytes;
+    std::string encoded;
     std::string fault;
     int status = kSCStatusOK;
     // The bytes of an XML store's last commit are the committed state in
-    // the form wanted.
-    if (!prefs->savedBytes.empty() && prefs->format == PropertyListFormat::XML) {
-        bytes = prefs->savedBytes;
-    } else if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &bytes, &fault)) {
-        status = kSCStatusFailed;
+    // the form wanted: used as they are, not copied.
+    const std::string* bytes = &prefs->savedBytes;
+    if (prefs->savedBytes.empty() || prefs->format != PropertyListFormat::XML) {
+        bytes = &encoded;
+        if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &encoded, &fault))
+            status = kSCStatusFailed;
     }
     // Numbered, so that the live state store shows every apply in order.
-    if (status == kSCStatusOK && !SCDynamicStorePublishApplied(applied, bytes, &fault)) status = kSCStatusFailed;
+    if (status == kSCStatusOK && !SCDynamicStorePublishApplied(applied, *bytes, &fault)) status = kSCStatusFailed;
     if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
     return Finish(status);
 }
