@@ -11,6 +11,7 @@
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSets.h"
 #include "netconfig/StoreFixture.h"
+#include "platform/iokit/IOReturn.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 #include "support/RegistrySnapshot.h"
 #include "support/SystemVersion.h"
@@ -205,7 +206,9 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
     PortEntries badMAC = kEthernetPort, noDevice = kEthernetPort;
     badMAC.back().second = "00:0a:95";
     noDevice.erase(noDevice.begin() + 3);
-    // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service), its arguments.
+    // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service, 'S': new set, 'R':
+    // new set with an unreadable registry), its arguments. The registry's second port, a serial port without a
+    // device name, cannot become a service.
     const struct { std::string store; char operation; CFStringRef setID, serviceID; PortEntries port; OSStatus status; }
         rows[] = {
         {kLinkedStore, 'n', CFSTR("9"), nullptr, kEthernetPort, kSCStatusNoKey},
@@ -224,10 +227,17 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
          CFSTR("0"), nullptr, {}, kSCStatusFailed},
         {kLinkedStore, 'v', CFSTR("0"), CFSTR("9"), {}, kSCStatusNoKey},
         {kLinkedStore, 'v', CFSTR("9"), CFSTR("1"), {}, kSCStatusNoKey},  // copied, then no set to join
+        {kLinkedStore, 'S', nullptr, nullptr, {}, paramErr},
+        {kLinkedStore, 'R', nullptr, nullptr, {}, kIOReturnError},
     };
+    RegistrySnapshot registry;
+    registry.AddInternalModem();
+    registry.AddSerialPort("IORS232SerialStream", "printer", "printer").Set("IOTTYDevice", nullptr);
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         root_.writeStore(row.store);
+        registry.Install(root_);
+        if (row.operation == 'R') root_.write("/registry.plist", "<plist><dict>");
         const std::string before = FileText();
         CFRef<CFStringRef> id;
         // Inside a session that asks to save, whatever the failed operation
@@ -236,7 +246,8 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
         OSStatus outer = MoreSCOpen(false, false);
         EXPECT_EQ(row.operation == 'n'   ? MoreSCNewService(row.setID, Port(row.port).get(), id.out())
                   : row.operation == 's' ? MoreSCDuplicateSet(row.setID, CFSTR("Copy"), id.out())
-                                         : MoreSCDuplicateService(row.setID, row.serviceID, CFSTR("Copy"), id.out()),
+                  : row.operation == 'v' ? MoreSCDuplicateService(row.setID, row.serviceID, CFSTR("Copy"), id.out())
+                                         : MoreSCNewSet(CFSTR("Dial-up"), id.out()),
                   row.status);
         MoreSCClose(&outer, true);
         EXPECT_EQ(id.get(), nullptr);
@@ -288,28 +299,6 @@ TEST_F(Create, NewSetHasOneServicePerPortInPortOrder) {
         EXPECT_TRUE(CFEqual(current.get(), currentAfter.get()));
     }
     SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);
-}
-
-// A registry that cannot be read, or a second port that cannot become a
-// service (a serial port without a device name), leaves no trace.
-TEST_F(Create, FailedNewSetLeavesTheStoreAsItWas) {
-    for (int row = 0; row < 2; row++) {
-        SCOPED_TRACE(row);
-        root_.writeStore(kLinkedStore);
-        RegistrySnapshot registry;
-        registry.AddInternalModem();
-        registry.AddSerialPort("IORS232SerialStream", "printer", "printer").Set("IOTTYDevice", nullptr);
-        registry.Install(root_);
-        if (row == 0) root_.write("/registry.plist", "<plist><dict>");
-        const std::string before = FileText();
-        StderrCapture reports;
-        CFRef<CFStringRef> newSet;
-        OSStatus outer = MoreSCOpen(false, false);
-        EXPECT_NE(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
-        MoreSCClose(&outer, true);
-        EXPECT_EQ(newSet.get(), nullptr);
-        EXPECT_EQ(FileText(), before);
-    }
 }
 
 }  // namespace
