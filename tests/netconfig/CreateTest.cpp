@@ -143,13 +143,31 @@ void ExpectKept(CFDictionaryRef before, CFDictionaryRef after, const std::string
     }
 }
 
-TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
+// On a machine with en0, an AirPort card and an internal modem, a new set
+// holds their services in port order (modem, en0, AirPort), saved and
+// applied once; then a new service and copies of the current set and of a
+// service. Each leaves the other sets and services, and the current set's
+// place, alone.
+TEST_F(Create, NewSetsServicesAndDeepCopiesKeepWhatStoresHeld) {
     const struct { std::string store; int firstServiceID; std::string setCopyID; } rows[] = {
-        {kLinkedStore, 5, "2"},
-        {RealStore("imac-ethernet-pac.plist"), INT_MIN + 1, "-2147483647"},  // no numeric IDs
-        {RealStore("macbook-air-http-proxy-ppp.plist"), INT_MIN + 1, "-2147483647"},
-        {RealStore("ios-binary.plist"), INT_MIN + 1, "-2147483647"},
+        {kLinkedStore, 8, "3"},
+        {RealStore("imac-ethernet-pac.plist"), INT_MIN + 4, "-2147483646"},  // no numeric IDs
+        {RealStore("macbook-air-http-proxy-ppp.plist"), INT_MIN + 4, "-2147483646"},
+        {RealStore("ios-binary.plist"), INT_MIN + 4, "-2147483646"},
     };
+    const std::vector<std::string> newSetServices = {
+        "DNS IPv4=PPP Interface=PPPSerial Modem= PPP Proxies=1 UserDefinedName=Internal Modem ",
+        "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=1 "
+        "UserDefinedName=Built-in Ethernet ",
+        "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
+    RegistrySnapshot registry;
+    registry.AddBuiltInEthernet();
+    registry.AddAirPort();
+    registry.AddInternalModem();
+    registry.Install(root_);
+    InstallSystemVersion(root_, "10.4.11");
+    static int applies;
+    SCDynamicStoreSetPublishObserverForTesting([](void*) { applies++; }, nullptr);
     auto name = [&](const std::string& path) {
         return Text(CFDictionaryGetValue(Saved(path).get(), CFSTR("UserDefinedName")));
     };
@@ -157,9 +175,22 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
         SCOPED_TRACE(&row - rows);
         root_.writeStore(row.store);
         CFRef<CFDictionaryRef> sets = Saved("/Sets"), services = Saved("/NetworkServices");
-        CFRef<CFStringRef> current, added, setCopy, serviceCopy;
+        CFRef<CFStringRef> current, newSet, added, setCopy, serviceCopy, currentAfter;
         ASSERT_EQ(MoreSCCopyCurrentSet(current.out()), noErr);
         std::vector<std::string> order = Order(current.get());
+
+        applies = 0;
+        StderrCapture warnings;  // the port name callback and the IPv4 builder warn
+        ASSERT_EQ(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
+        EXPECT_EQ(applies, 1);
+        const std::string setPath = "/Sets/" + Text(newSet.get());
+        EXPECT_EQ(name(setPath), "Dial-up");
+        EXPECT_EQ(Keys(Saved(setPath + "/Network/Global").get()), (std::vector<std::string>{"IPv4", "NetInfo"}));
+        std::vector<std::string> described;
+        for (const std::string& id : Order(newSet.get())) described.push_back(Describe(Saved("/NetworkServices/" + id).get()));
+        EXPECT_EQ(described, newSetServices);
+        ASSERT_EQ(MoreSCCopyCurrentSet(currentAfter.out()), noErr);
+        EXPECT_TRUE(CFEqual(current.get(), currentAfter.get()));
 
         ASSERT_EQ(MoreSCNewService(current.get(), Port(kEthernetPort).get(), added.out()), noErr);
         ASSERT_EQ(MoreSCDuplicateSet(current.get(), CFSTR("Copy"), setCopy.out()), noErr);
@@ -189,6 +220,7 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
         ExpectKept(services.get(), Saved("/NetworkServices").get());
         ExpectKept(sets.get(), Saved("/Sets").get(), Text(current.get()));
     }
+    SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);
 }
 
 TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
@@ -253,52 +285,6 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
         EXPECT_EQ(id.get(), nullptr);
         EXPECT_EQ(FileText(), before);
     }
-}
-
-// A machine with en0, an AirPort card and an internal modem: the new set
-// holds their services in port order (modem, en0, AirPort), saved and
-// applied once, and leaves every set and service that was there alone.
-TEST_F(Create, NewSetHasOneServicePerPortInPortOrder) {
-    const std::string stores[] = {kLinkedStore, RealStore("imac-ethernet-pac.plist"),
-                                  RealStore("macbook-air-http-proxy-ppp.plist"), RealStore("ios-binary.plist")};
-    RegistrySnapshot registry;
-    registry.AddBuiltInEthernet();
-    registry.AddAirPort();
-    registry.AddInternalModem();
-    registry.Install(root_);
-    InstallSystemVersion(root_, "10.4.11");
-    static int applies;
-    SCDynamicStoreSetPublishObserverForTesting([](void*) { applies++; }, nullptr);
-    const std::vector<std::string> expected = {
-        "DNS IPv4=PPP Interface=PPPSerial Modem= PPP Proxies=1 UserDefinedName=Internal Modem ",
-        "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=1 "
-        "UserDefinedName=Built-in Ethernet ",
-        "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
-    for (const std::string& store : stores) {
-        SCOPED_TRACE(&store - stores);
-        root_.writeStore(store);
-        CFRef<CFDictionaryRef> sets = Saved("/Sets"), services = Saved("/NetworkServices");
-        CFRef<CFStringRef> current, newSet, currentAfter;
-        ASSERT_EQ(MoreSCCopyCurrentSet(current.out()), noErr);
-        applies = 0;
-        StderrCapture warnings;  // the port name callback and the IPv4 builder warn
-        ASSERT_EQ(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
-        EXPECT_EQ(applies, 1);
-
-        const std::string setPath = "/Sets/" + Text(newSet.get());
-        EXPECT_EQ(Text(CFDictionaryGetValue(Saved(setPath).get(), CFSTR("UserDefinedName"))), "Dial-up");
-        EXPECT_EQ(Keys(Saved(setPath + "/Network/Global").get()), (std::vector<std::string>{"IPv4", "NetInfo"}));
-        std::vector<std::string> described;
-        for (const std::string& id : Order(newSet.get())) {
-            described.push_back(Describe(Saved("/NetworkServices/" + id).get()));
-        }
-        EXPECT_EQ(described, expected);
-        ExpectKept(sets.get(), Saved("/Sets").get());
-        ExpectKept(services.get(), Saved("/NetworkServices").get());
-        ASSERT_EQ(MoreSCCopyCurrentSet(currentAfter.out()), noErr);
-        EXPECT_TRUE(CFEqual(current.get(), currentAfter.get()));
-    }
-    SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);
 }
 
 }  // namespace
