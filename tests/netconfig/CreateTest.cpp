@@ -230,11 +230,8 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
                         "<key>NetworkServices</key>" + value + "<key>Aside</key><dict>");
     };
     // Set 0 also lists service 7, whose link points at nothing.
-    const std::string link = "<key>__LINK__</key><string>/NetworkServices/";
-    const std::string dangling = Edited(Edited(kLinkedStore, "<key>3</key><dict>" + link + "3</string></dict>",
-                                                   "<key>3</key><dict>" + link + "3</string></dict><key>7</key><dict>" +
-                                                       link + "9</string></dict>"),
-                                          "<string>2</string></array>", "<string>2</string><string>7</string></array>");
+    const std::string dangling =
+        Edited(kLinkedStore, SetXML("Automatic", {"3", "1", "2"}), SetXML("Automatic", {"3", "1", "2", "7=9"}));
     PortEntries badMAC = kEthernetPort, noDevice = kEthernetPort;
     badMAC.back().second = "00:0a:95";
     noDevice.erase(noDevice.begin() + 3);
