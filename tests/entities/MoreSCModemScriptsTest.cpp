@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "entities/EntityChecks.h"
@@ -15,16 +16,8 @@ namespace {
 // control too.
 class ModemScriptsTest : public testing::Test {
 protected:
-    void SetUp() override {
-        const char* home = std::getenv("HOME");
-        hadHome_ = home != nullptr;
-        if (hadHome_) oldHome_ = home;
-        ::setenv("HOME", (root_.path() / "Users/jo").c_str(), 1);
-    }
-    void TearDown() override {
-        if (hadHome_) ::setenv("HOME", oldHome_.c_str(), 1);
-        else ::unsetenv("HOME");
-    }
+    void SetUp() override { ::setenv("HOME", (root_.path() / "Users/jo").c_str(), 1); }
+    void TearDown() override { home_ ? ::setenv("HOME", home_->c_str(), 1) : ::unsetenv("HOME"); }
 
     void AddScript(const std::string& folder, const std::string& name) { root_.write(folder + "/" + name, "CCL"); }
     // The scripts found and the default's index.
@@ -36,8 +29,8 @@ protected:
     }
 
     TempRoot root_;
-    std::string oldHome_;
-    bool hadHome_ = false;
+    const std::optional<std::string> home_ =
+        std::getenv("HOME") ? std::optional<std::string>(std::getenv("HOME")) : std::nullopt;
 };
 
 const std::string kUser = "/Users/jo/Library/Modem Scripts";

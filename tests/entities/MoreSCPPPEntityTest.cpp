@@ -8,11 +8,9 @@
 namespace {
 
 // The keys of the option fields, in the order of the record.
-const char* const kOptionKeys[] = {"DialOnDemand",          "IdleReminder",       "IdleReminderTimer",
-                                   "DisconnectOnIdle",      "DisconnectOnIdleTimer", "DisconnectOnLogout",
-                                   "CommRedialEnabled",     "CommRedialCount",    "CommRedialInterval",
-                                   "LCPEchoEnabled",        "IPCPCompressionVJ",  "CommDisplayTerminalWindow",
-                                   "VerboseLogging"};
+const char* const kOptionKeys[] = {"DialOnDemand", "IdleReminder", "IdleReminderTimer", "DisconnectOnIdle",
+    "DisconnectOnIdleTimer", "DisconnectOnLogout", "CommRedialEnabled", "CommRedialCount", "CommRedialInterval",
+    "LCPEchoEnabled", "IPCPCompressionVJ", "CommDisplayTerminalWindow", "VerboseLogging"};
 
 // A PPP entity of an empty digest: the option values (in record order) and
 // the fixed keys, which depend on the system.
@@ -32,19 +30,15 @@ const std::vector<const char*> kPPPoE = {"0", "0", "1800", "0", "1800", "1", "1"
 // Which table the system version chooses, and every value of each table as
 // the entity writes it.
 TEST(PPPEntity, DefaultOptionTables) {
-    struct Row {
-        const char* version;  // nullptr: no version to be had, an older system
-        Boolean forPPPoE;
-        const MoreSCPPPOptions* table;
-        const std::vector<const char*>& values;
-        bool newer;
-    } rows[] = {
+    // The system version (nullptr: none to be had, an older system), PPPoE or not, the table and its values.
+    const struct { const char* version; Boolean forPPPoE; const MoreSCPPPOptions* table;
+                   const std::vector<const char*>& values; bool newer; } rows[] = {
         {nullptr, true, &kMoreSCPPPOptionsDefaultTenOne, kTenOne, false},  // no PPPoE table before 10.2
         {"10.1.5", false, &kMoreSCPPPOptionsDefaultTenOne, kTenOne, false},
         {"10.2", false, &kMoreSCPPPOptionsDefaultTenTwoAndLater, kTenTwo, true},
         {"10.4.11", true, &kMoreSCPPPoEOptionsDefaultTenTwoAndLater, kPPPoE, true},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.version ? row.version : "no version");
         TempRoot root;
         if (row.version) InstallSystemVersion(root, row.version);
