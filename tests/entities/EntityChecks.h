@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "entities/MoreSCCreateEntity.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CoreFoundation.h"
 #include "support/CFText.h"
@@ -19,46 +20,57 @@
 // between angle brackets, arrays between square brackets.
 inline std::string Show(CFTypeRef value) {
     CFTypeID type = CFGetTypeID(value);
+    std::string text;
     if (type == CFNumberGetTypeID()) {
         long number = 0;
         CFNumberGetValue(static_cast<CFNumberRef>(value), kCFNumberLongType, &number);
         return std::to_string(number);
     }
     if (type == CFDataGetTypeID()) {
-        std::string hex = "<";
         auto data = static_cast<CFDataRef>(value);
+        char byte[3];
         for (CFIndex i = 0; i < CFDataGetLength(data); i++) {
-            char byte[3];
             std::snprintf(byte, sizeof byte, "%02x", CFDataGetBytePtr(data)[i]);
-            hex += byte;
+            text += byte;
         }
-        return hex + ">";
+        return "<" + text + ">";
     }
-    if (type == CFArrayGetTypeID()) {
-        std::string list = "[";
-        for (const std::string& item : Texts(static_cast<CFArrayRef>(value))) list += (list.size() > 1 ? "," : "") + item;
-        return list + "]";
-    }
-    return Text(value);
+    if (type != CFArrayGetTypeID()) return Text(value);
+    for (const std::string& item : Texts(static_cast<CFArrayRef>(value))) text += (text.empty() ? "" : ",") + item;
+    return "[" + text + "]";
 }
 
 using Contents = std::map<std::string, std::string>;
 
 inline Contents ContentsOf(CFDictionaryRef dict) {
-    Contents contents;
-    std::vector<const void*> keys(static_cast<size_t>(CFDictionaryGetCount(dict)));
-    std::vector<const void*> values(keys.size());
+    std::vector<const void*> keys(static_cast<size_t>(CFDictionaryGetCount(dict))), values(keys.size());
     CFDictionaryGetKeysAndValues(dict, keys.data(), values.data());
+    Contents contents;
     for (size_t i = 0; i < keys.size(); i++) contents[Text(keys[i])] = Show(values[i]);
     return contents;
 }
 
-// One build of an entity: what it must contain and report on standard error.
+// A build of a digest by an entity's own builder, or by protocol name
+// through a builder that takes one.
+using Build = std::function<OSStatus(CFDictionaryRef*)>;
+template <class Digest>
+Build By(OSStatus (*builder)(const Digest*, CFDictionaryRef*), Digest digest) {
+    return [=](CFDictionaryRef* entity) { return builder(&digest, entity); };
+}
+template <class Digest>
+Build By(CFStringRef protocol, Digest digest,
+         OSStatus (*builder)(CFStringRef, const void*, CFDictionaryRef*) = MoreSCCreateEntity) {
+    return [=](CFDictionaryRef* entity) { return builder(protocol, &digest, entity); };
+}
+
+// One build of an entity: its status, what it must contain (nothing when
+// refused) and what it reports on standard error.
 struct BuildRow {
     const char* what;
-    std::function<OSStatus(CFDictionaryRef*)> build;
+    Build build;
     Contents contents;
     std::string reports = "";
+    OSStatus status = noErr;
 };
 
 inline void ExpectBuilds(const std::vector<BuildRow>& rows) {
@@ -66,8 +78,9 @@ inline void ExpectBuilds(const std::vector<BuildRow>& rows) {
         SCOPED_TRACE(row.what);
         CFRef<CFDictionaryRef> entity;
         StderrCapture reports;
-        ASSERT_EQ(row.build(entity.out()), noErr);
+        ASSERT_EQ(row.build(entity.out()), row.status);
         EXPECT_EQ(reports.text(), row.reports);
-        EXPECT_EQ(ContentsOf(entity.get()), row.contents);
+        EXPECT_EQ(entity.get() == nullptr, row.status != noErr);
+        EXPECT_EQ(entity ? ContentsOf(entity.get()) : Contents(), row.contents);
     }
 }

@@ -3,17 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "entities/EntityChecks.h"
-#include "entities/MoreSCCreateEntity.h"
 #include "support/SystemVersion.h"
 
 namespace {
 
 // The keys of the option fields, in the order of the record.
-const char* const kOptionKeys[] = {"DialOnDemand",          "IdleReminder",       "IdleReminderTimer",
-                                   "DisconnectOnIdle",      "DisconnectOnIdleTimer", "DisconnectOnLogout",
-                                   "CommRedialEnabled",     "CommRedialCount",    "CommRedialInterval",
-                                   "LCPEchoEnabled",        "IPCPCompressionVJ",  "CommDisplayTerminalWindow",
-                                   "VerboseLogging"};
+const char* const kOptionKeys[] = {"DialOnDemand", "IdleReminder", "IdleReminderTimer", "DisconnectOnIdle",
+    "DisconnectOnIdleTimer", "DisconnectOnLogout", "CommRedialEnabled", "CommRedialCount", "CommRedialInterval",
+    "LCPEchoEnabled", "IPCPCompressionVJ", "CommDisplayTerminalWindow", "VerboseLogging"};
 
 // A PPP entity of an empty digest: the option values (in record order) and
 // the fixed keys, which depend on the system.
@@ -33,19 +30,15 @@ const std::vector<const char*> kPPPoE = {"0", "0", "1800", "0", "1800", "1", "1"
 // Which table the system version chooses, and every value of each table as
 // the entity writes it.
 TEST(PPPEntity, DefaultOptionTables) {
-    struct Row {
-        const char* version;  // nullptr: no version to be had, an older system
-        Boolean forPPPoE;
-        const MoreSCPPPOptions* table;
-        const std::vector<const char*>& values;
-        bool newer;
-    } rows[] = {
+    // The system version (nullptr: none to be had, an older system), PPPoE or not, the table and its values.
+    const struct { const char* version; Boolean forPPPoE; const MoreSCPPPOptions* table;
+                   const std::vector<const char*>& values; bool newer; } rows[] = {
         {nullptr, true, &kMoreSCPPPOptionsDefaultTenOne, kTenOne, false},  // no PPPoE table before 10.2
         {"10.1.5", false, &kMoreSCPPPOptionsDefaultTenOne, kTenOne, false},
         {"10.2", false, &kMoreSCPPPOptionsDefaultTenTwoAndLater, kTenTwo, true},
         {"10.4.11", true, &kMoreSCPPPoEOptionsDefaultTenTwoAndLater, kPPPoE, true},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.version ? row.version : "no version");
         TempRoot root;
         if (row.version) InstallSystemVersion(root, row.version);
@@ -58,28 +51,19 @@ TEST(PPPEntity, DefaultOptionTables) {
 }
 
 // Without options the entity takes the system's PPP table, never the PPPoE
-// one; the digest's strings and the encoded password come with it.
+// one; the digest's strings and the password, encoded as big-endian UTF-16
+// without mark or terminator, come with it.
 TEST(PPPEntity, DigestWithoutOptions) {
     TempRoot root;
     Contents inactive = Entity(kTenOne, false);
     inactive.emplace("__INACTIVE__", "1");
-    MoreSCPPPDigest empty{};
-    ExpectBuilds({{"older system, inactive", [&](CFDictionaryRef* e) { return MoreSCCreatePPPEntity(&empty, e); }, inactive}});
+    ExpectBuilds({{"older system, inactive", By(MoreSCCreatePPPEntity, MoreSCPPPDigest{}), inactive}});
 
     InstallSystemVersion(root, "10.4.11");
     Contents full = Entity(kTenTwo, true);
-    full.insert({{"UserDefinedName", "Dial-up"}, {"AuthName", "jo"}, {"AuthPassword", "<00610062>"},
+    full.insert({{"UserDefinedName", "Dial-up"}, {"AuthName", "jo"}, {"AuthPassword", "<00e90062>"},
                  {"CommRemoteAddress", "555-0100"}, {"CommAlternateRemoteAddress", "555-0199"}});
-    MoreSCPPPDigest digest{1, CFSTR("Dial-up"), CFSTR("jo"), CFSTR("ab"), CFSTR("555-0100"), CFSTR("555-0199"), nullptr};
-    ExpectBuilds({{"newer system", [&](CFDictionaryRef* e) { return MoreSCCreateEntity(CFSTR("PPP"), &digest, e); }, full}});
-}
-
-TEST(PPPEntity, PasswordIsBigEndianUTF16WithoutMarkOrTerminator) {
-    const std::pair<CFStringRef, const char*> rows[] = {
-        {CFSTR("ab"), "<00610062>"}, {CFSTR("\u00e9\u20ac"), "<00e920ac>"}, {CFSTR(""), "<>"}};
-    for (const auto& [password, bytes] : rows) {
-        CFRef<CFDataRef> encoded;
-        ASSERT_EQ(noErr, MoreSCFCopyEncodedPPPPassword(password, encoded.out()));
-        EXPECT_EQ(Show(encoded.get()), bytes);
-    }
+    ExpectBuilds({{"newer system", By(CFSTR("PPP"), MoreSCPPPDigest{1, CFSTR("Dial-up"), CFSTR("jo"), CFSTR("\u00e9b"),
+                                                                   CFSTR("555-0100"), CFSTR("555-0199"), nullptr}),
+                   full}});
 }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "entities/EntityChecks.h"
-#include "entities/MoreSCCreateEntity.h"
 #include "entities/MoreSCGlobalEntities.h"
 
 namespace {
@@ -57,57 +56,39 @@ TEST(ProtocolEntities, IPv4KeysAndWarnings) {
 TEST(ProtocolEntities, OtherEntitiesKeysAndValues) {
     static const CFStringRef domains[] = {CFSTR("example.com"), CFSTR("corp.example.com")};
     static const MoreSCInetAddress servers[] = {inet_addr("8.8.8.8"), inet_addr("1.1.1.1")};
-    static const Contents allProxiesOff = {{"FTPPassive", "0"}, {"FTPEnable", "0"},  {"GopherEnable", "0"},
-                                           {"HTTPEnable", "0"}, {"HTTPSEnable", "0"}, {"RTSPEnable", "0"},
-                                           {"SOCKSEnable", "0"}};
-    static const Contents someProxies = {
-        {"ExceptionsList", "[local]"}, {"FTPPassive", "1"},  {"FTPEnable", "0"},   {"GopherEnable", "0"},
-        {"HTTPEnable", "1"},           {"HTTPProxy", "proxy.example.com"},         {"HTTPPort", "8080"},
-        {"HTTPSEnable", "0"},          {"RTSPEnable", "0"}, {"SOCKSEnable", "0"}, {"SOCKSProxy", "socks.example.com"}};
+    const Contents allProxiesOff = {{"FTPPassive", "0"}, {"FTPEnable", "0"},   {"GopherEnable", "0"}, {"HTTPEnable", "0"},
+                                    {"HTTPSEnable", "0"}, {"RTSPEnable", "0"}, {"SOCKSEnable", "0"}};
+    Contents someProxies = allProxiesOff;
+    someProxies.insert({{"ExceptionsList", "[local]"}, {"HTTPProxy", "proxy.example.com"}, {"HTTPPort", "8080"},
+                        {"SOCKSProxy", "socks.example.com"}});
+    someProxies["FTPPassive"] = someProxies["HTTPEnable"] = "1";
+    const void* local = CFSTR("local");
+    CFRef<CFArrayRef> exceptions(CFArrayCreate(nullptr, &local, 1, &kCFTypeArrayCallBacks));
+    MoreSCProxiesDigest proxies{};
+    proxies.exceptionsList = exceptions.get();
+    proxies.FTPPassive = proxies.HTTPEnable = 1;
+    proxies.HTTPProxy = CFSTR("proxy.example.com");
+    proxies.HTTPPort = 8080;
+    proxies.SOCKSProxy = CFSTR("socks.example.com");  // a host without a port
+    const int any = 0;
     ExpectBuilds({
-        {"empty DNS", [](D e) { MoreSCDNSDigest d{}; return MoreSCCreateEntity(CFSTR("DNS"), &d, e); }, {}},
-        {"DNS domains only", [](D e) { MoreSCDNSDigest d{0, nullptr, 2, domains}; return MoreSCCreateDNSEntity(&d, e); },
+        {"empty DNS", By(CFSTR("DNS"), MoreSCDNSDigest{}), {}},
+        {"DNS domains only", By(MoreSCCreateDNSEntity, MoreSCDNSDigest{0, nullptr, 2, domains}),
          {{"SearchDomains", "[example.com,corp.example.com]"}}},
-        {"DNS", [](D e) { MoreSCDNSDigest d{2, servers, 1, domains}; return MoreSCCreateDNSEntity(&d, e); },
+        {"DNS", By(MoreSCCreateDNSEntity, MoreSCDNSDigest{2, servers, 1, domains}),
          {{"ServerAddresses", "[8.8.8.8,1.1.1.1]"}, {"SearchDomains", "[example.com]"}}},
-        {"no proxies", [](D e) { MoreSCProxiesDigest d{}; return MoreSCCreateProxiesEntity(&d, e); }, allProxiesOff},
-        {"some proxies",
-         [](D e) {
-             const void* local = CFSTR("local");
-             CFRef<CFArrayRef> exceptions(CFArrayCreate(nullptr, &local, 1, &kCFTypeArrayCallBacks));
-             MoreSCProxiesDigest d{};
-             d.exceptionsList = exceptions.get();
-             d.FTPPassive = d.HTTPEnable = 1;
-             d.HTTPProxy = CFSTR("proxy.example.com");
-             d.HTTPPort = 8080;
-             d.SOCKSProxy = CFSTR("socks.example.com");  // a host without a port
-             return MoreSCCreateProxiesEntity(&d, e);
-         },
-         someProxies},
-        {"inactive AppleTalk",
-         [](D e) { MoreSCAppleTalkDigest d{0, CFSTR("Node"), 1, 1000, 42, CFSTR("Eng")}; return MoreSCCreateAppleTalkEntity(&d, e); },
+        {"no proxies", By(MoreSCCreateProxiesEntity, MoreSCProxiesDigest{}), allProxiesOff},
+        {"some proxies", By(CFSTR("Proxies"), proxies), someProxies},
+        {"inactive AppleTalk", By(MoreSCCreateAppleTalkEntity, MoreSCAppleTalkDigest{0, CFSTR("Node"), 1, 1000, 42, CFSTR("Eng")}),
          {{"ConfigMethod", "Node"}, {"DefaultZone", "Eng"}, {"NetworkID", "1000"}, {"NodeID", "42"}, {"__INACTIVE__", "1"}}},
-        {"AppleTalk", [](D e) { MoreSCAppleTalkDigest d{1, CFSTR("Node"), 0, 7, 7, nullptr}; return MoreSCCreateAppleTalkEntity(&d, e); },
+        {"AppleTalk", By(CFSTR("AppleTalk"), MoreSCAppleTalkDigest{1, CFSTR("Node"), 0, 7, 7, nullptr}),
          {{"ConfigMethod", "Node"}}},
-        {"global IPv4", [](D e) { int any = 0; return MoreSCCreateGlobalEntity(CFSTR("IPv4"), &any, e); },
-         {{"PPPOverridePrimary", "0"}, {"ServiceOrder", "[]"}}},
-        {"global NetInfo", [](D e) { int any = 0; return MoreSCCreateGlobalEntity(CFSTR("NetInfo"), &any, e); }, {}},
+        {"global IPv4", By(CFSTR("IPv4"), any, MoreSCCreateGlobalEntity), {{"PPPOverridePrimary", "0"}, {"ServiceOrder", "[]"}}},
+        {"global NetInfo", By(CFSTR("NetInfo"), any, MoreSCCreateGlobalEntity), {}},
+        // Names a builder does not know are refused.
+        {"global DNS", By(CFSTR("DNS"), proxies, MoreSCCreateGlobalEntity), {}, "MoreAssertQ failure: false\n", -1},
+        {"IPv6", By(CFSTR("IPv6"), proxies), {}, "MoreAssertQ failure: false\n", -1},
+        {"NetInfo as a service entity", By(CFSTR("NetInfo"), proxies), {}, "MoreAssertQ failure: false\n", -1},
+        {"proxies", By(CFSTR("proxies"), proxies), {}, "MoreAssertQ failure: false\n", -1},
     });
-}
-
-TEST(ProtocolEntities, UnknownNamesAreRefused) {
-    MoreSCProxiesDigest digest{};
-    const std::function<OSStatus(D)> builds[] = {
-        [&](D e) { return MoreSCCreateGlobalEntity(CFSTR("DNS"), &digest, e); },
-        [&](D e) { return MoreSCCreateEntity(CFSTR("IPv6"), &digest, e); },
-        [&](D e) { return MoreSCCreateEntity(CFSTR("NetInfo"), &digest, e); },
-        [&](D e) { return MoreSCCreateEntity(CFSTR("proxies"), &digest, e); },
-    };
-    for (const auto& build : builds) {
-        CFRef<CFDictionaryRef> entity;
-        StderrCapture reports;
-        EXPECT_EQ(-1, build(entity.out()));
-        EXPECT_EQ("MoreAssertQ failure: false\n", reports.text());
-        EXPECT_EQ(nullptr, entity.get());
-    }
 }

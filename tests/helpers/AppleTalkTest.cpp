@@ -10,11 +10,7 @@ namespace {
 using AppleTalk = HelpersTest;
 
 TEST_F(AppleTalk, IsActiveLooksAtActiveServicesUntilTheFirstAnswerOrError) {
-    const struct {
-        CFStringRef setID;
-        OSStatus err;
-        Boolean active;
-    } rows[] = {
+    const struct { CFStringRef setID; OSStatus err; Boolean active; } rows[] = {
         {nullptr, noErr, true},               // E answers before M, which has no AppleTalk, is reached
         {CFSTR("1"), kSCStatusNoKey, false},  // O is off, then M cannot be read
         {CFSTR("2"), noErr, false},           // no services

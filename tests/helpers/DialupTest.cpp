@@ -1,3 +1,5 @@
+#include <tuple>
+
 #include "entities/MoreSCCreateEntity.h"
 #include "entities/MoreSCPPPEntity.h"
 #include "helpers/HelpersStore.h"
@@ -16,79 +18,55 @@ const MoreSCIPv4Digest kIPv4 = {CFSTR("PPP"), 0x0A000002, 0, 0, nullptr};
 const CFStringRef kDomains[] = {CFSTR("example.com")};
 const MoreSCDNSDigest kDNS = {0, nullptr, 1, kDomains};
 
-CFRef<CFDictionaryRef> Built(CFStringRef protocol, const void* digest) {
-    CFRef<CFDictionaryRef> entity;
-    EXPECT_EQ(MoreSCCreateEntity(protocol, digest, entity.out()), noErr);
-    return entity;
-}
-
 // On a machine with en0, an AirPort card and an internal modem, only the
-// modem's service stays active and gets the settings given.
-TEST_F(Dialup, OnlyTheModemServiceIsActiveAndSetUp) {
-    RegistrySnapshot registry;
-    registry.AddBuiltInEthernet();
-    registry.AddAirPort();
-    registry.AddInternalModem();
-    registry.Install(root_);
-    const struct {
-        CFStringRef bsdName;
-        const MoreSCModemDigest* modem;
-        const MoreSCIPv4Digest* ipv4;
-        const MoreSCDNSDigest* dns;
-    } rows[] = {
-        {nullptr, nullptr, nullptr, nullptr},
-        {CFSTR("modem"), &kModem, &kIPv4, &kDNS},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(&row - rows);
-        root_.writeStore(HelpersStoreXML());
-        const SInt64 generation = Generation();
-        StderrCapture warnings;
-        CFRef<CFStringRef> setID;
-        ASSERT_EQ(MoreSCMakeNewDialupSet(CFSTR("Dial"), row.bsdName, row.modem, &kPPP, row.ipv4, row.dns, setID.out()),
-                  noErr);
-        EXPECT_EQ(Generation(), generation + 1);  // saved and applied once
-        CFRef<CFArrayRef> serviceIDs;
-        ASSERT_EQ(MoreSCCopyServiceIDs(setID.get(), serviceIDs.out(), nullptr), noErr);
-        ASSERT_EQ(CFArrayGetCount(serviceIDs.get()), 3);
-        for (CFIndex i = 0; i < 3; i++) {
-            const std::string path = "/NetworkServices/" + Text(CFArrayGetValueAtIndex(serviceIDs.get(), i));
-            CFRef<CFDictionaryRef> service = Saved(path);
-            const bool isModem = i == 0;  // the internal modem sorts first
-            EXPECT_EQ(CFDictionaryContainsKey(service.get(), CFSTR("__INACTIVE__")), !isModem) << path;
-            if (!isModem) continue;
-            EXPECT_TRUE(CFEqual(Saved(path + "/PPP").get(), Built(CFSTR("PPP"), &kPPP).get()));
-            // A digest not given leaves the entity the new set made.
-            CFRef<CFDictionaryRef> modem = Saved(path + "/Modem");
-            EXPECT_EQ(CFEqual(modem.get(), Built(CFSTR("Modem"), &kModem).get()), row.modem != nullptr);
-            CFRef<CFDictionaryRef> ipv4 = Saved(path + "/IPv4"), dns = Saved(path + "/DNS");
-            EXPECT_EQ(CFEqual(ipv4.get(), Built(CFSTR("IPv4"), &kIPv4).get()), row.ipv4 != nullptr);
-            EXPECT_EQ(CFEqual(dns.get(), Built(CFSTR("DNS"), &kDNS).get()), row.dns != nullptr);
-        }
-    }
-}
-
-// No modem to dial with, or a failure while writing the modem's settings:
-// nothing is left, and no ID is handed out.
-TEST_F(Dialup, FailuresLeaveNoSetBehind) {
+// modem's service stays active and gets the settings given; a digest not
+// given leaves the entity the new set made. No modem to dial with, or a
+// failure while writing the modem's settings, leaves nothing and hands out
+// no ID.
+TEST_F(Dialup, OnlyTheModemServiceIsActiveAndSetUpOrNothingIsLeft) {
     const MoreSCModemDigest noScript = {nullptr, 1, 1, 1, 0};
-    const struct { bool withModem; const MoreSCModemDigest* modem; OSStatus status; } rows[] = {
-        {false, nullptr, kSCStatusNoKey},
-        {true, &noScript, paramErr},
+    const struct { bool withModem; CFStringRef bsdName; const MoreSCModemDigest* modem; const MoreSCIPv4Digest* ipv4;
+                   const MoreSCDNSDigest* dns; OSStatus status; } rows[] = {
+        {true, nullptr, nullptr, nullptr, nullptr, noErr},
+        {true, CFSTR("modem"), &kModem, &kIPv4, &kDNS, noErr},
+        {false, nullptr, nullptr, nullptr, nullptr, kSCStatusNoKey},
+        {true, nullptr, &noScript, nullptr, nullptr, paramErr},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         RegistrySnapshot registry;
         registry.AddBuiltInEthernet();
+        registry.AddAirPort();
         if (row.withModem) registry.AddInternalModem();
         registry.Install(root_);
+        root_.writeStore(HelpersStoreXML());
         const std::string before = FileText();
-        StderrCapture reports;
+        const SInt64 generation = Generation();
+        StderrCapture warnings;
         CFRef<CFStringRef> setID;
-        EXPECT_EQ(MoreSCMakeNewDialupSet(CFSTR("Dial"), nullptr, row.modem, &kPPP, nullptr, nullptr, setID.out()),
+        ASSERT_EQ(MoreSCMakeNewDialupSet(CFSTR("Dial"), row.bsdName, row.modem, &kPPP, row.ipv4, row.dns, setID.out()),
                   row.status);
-        EXPECT_EQ(setID.get(), nullptr);
-        EXPECT_EQ(FileText(), before);
+        if (row.status != noErr) {
+            EXPECT_EQ(setID.get(), nullptr);
+            EXPECT_EQ(FileText(), before);
+            continue;
+        }
+        EXPECT_EQ(Generation(), generation + 1);  // saved and applied once
+        CFRef<CFArrayRef> serviceIDs;
+        ASSERT_EQ(MoreSCCopyServiceIDs(setID.get(), serviceIDs.out(), nullptr), noErr);
+        const std::vector<std::string> ids = Texts(serviceIDs.get());
+        ASSERT_EQ(ids.size(), 3u);
+        for (const std::string& id : ids) {  // the internal modem sorts first
+            EXPECT_EQ(SavedActive("/NetworkServices/" + id), id == ids[0]) << id;
+        }
+        const std::tuple<CFStringRef, const void*, bool> entities[] = {{CFSTR("PPP"), &kPPP, true},
+            {CFSTR("Modem"), &kModem, row.modem}, {CFSTR("IPv4"), &kIPv4, row.ipv4}, {CFSTR("DNS"), &kDNS, row.dns}};
+        for (const auto& [protocol, digest, given] : entities) {
+            CFRef<CFDictionaryRef> built;
+            EXPECT_EQ(MoreSCCreateEntity(protocol, digest, built.out()), noErr);
+            EXPECT_EQ(CFEqual(Saved("/NetworkServices/" + ids[0] + "/" + Text(protocol)).get(), built.get()), given)
+                << Text(protocol);
+        }
     }
 }
 

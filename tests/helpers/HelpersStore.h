@@ -9,18 +9,6 @@
 #include "netconfig/StoreFixture.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 
-// A set dictionary named name ("": no name) linking services in order.
-inline std::string SetXML(const std::string& name, const std::vector<std::string>& services) {
-    std::string order, links;
-    for (const std::string& id : services) {
-        order += "<string>" + id + "</string>";
-        links += "<key>" + id + "</key><dict><key>__LINK__</key><string>/NetworkServices/" + id + "</string></dict>";
-    }
-    return "<dict>" + (name.empty() ? "" : "<key>UserDefinedName</key><string>" + name + "</string>") +
-           "<key>Network</key><dict><key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key><array>" + order +
-           "</array></dict></dict><key>Service</key><dict>" + links + "</dict></dict></dict>\n";
-}
-
 inline std::string HelpersStoreXML(const std::string& officeName = "Office") {
     const std::string off = "<dict><key>__INACTIVE__</key><integer>1</integer></dict>";
     auto ipv4 = [](const char* method) {

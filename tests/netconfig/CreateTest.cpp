@@ -11,6 +11,7 @@
 #include "netconfig/MoreSCSession.h"
 #include "netconfig/MoreSCSets.h"
 #include "netconfig/StoreFixture.h"
+#include "platform/iokit/IOReturn.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 #include "support/RegistrySnapshot.h"
 #include "support/SystemVersion.h"
@@ -142,13 +143,31 @@ void ExpectKept(CFDictionaryRef before, CFDictionaryRef after, const std::string
     }
 }
 
-TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
+// On a machine with en0, an AirPort card and an internal modem, a new set
+// holds their services in port order (modem, en0, AirPort), saved and
+// applied once; then a new service and copies of the current set and of a
+// service. Each leaves the other sets and services, and the current set's
+// place, alone.
+TEST_F(Create, NewSetsServicesAndDeepCopiesKeepWhatStoresHeld) {
     const struct { std::string store; int firstServiceID; std::string setCopyID; } rows[] = {
-        {kLinkedStore, 5, "2"},
-        {RealStore("imac-ethernet-pac.plist"), INT_MIN + 1, "-2147483647"},  // no numeric IDs
-        {RealStore("macbook-air-http-proxy-ppp.plist"), INT_MIN + 1, "-2147483647"},
-        {RealStore("ios-binary.plist"), INT_MIN + 1, "-2147483647"},
+        {kLinkedStore, 8, "3"},
+        {RealStore("imac-ethernet-pac.plist"), INT_MIN + 4, "-2147483646"},  // no numeric IDs
+        {RealStore("macbook-air-http-proxy-ppp.plist"), INT_MIN + 4, "-2147483646"},
+        {RealStore("ios-binary.plist"), INT_MIN + 4, "-2147483646"},
     };
+    const std::vector<std::string> newSetServices = {
+        "DNS IPv4=PPP Interface=PPPSerial Modem= PPP Proxies=1 UserDefinedName=Internal Modem ",
+        "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=1 "
+        "UserDefinedName=Built-in Ethernet ",
+        "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
+    RegistrySnapshot registry;
+    registry.AddBuiltInEthernet();
+    registry.AddAirPort();
+    registry.AddInternalModem();
+    registry.Install(root_);
+    InstallSystemVersion(root_, "10.4.11");
+    static int applies;
+    SCDynamicStoreSetPublishObserverForTesting([](void*) { applies++; }, nullptr);
     auto name = [&](const std::string& path) {
         return Text(CFDictionaryGetValue(Saved(path).get(), CFSTR("UserDefinedName")));
     };
@@ -156,9 +175,22 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
         SCOPED_TRACE(&row - rows);
         root_.writeStore(row.store);
         CFRef<CFDictionaryRef> sets = Saved("/Sets"), services = Saved("/NetworkServices");
-        CFRef<CFStringRef> current, added, setCopy, serviceCopy;
+        CFRef<CFStringRef> current, newSet, added, setCopy, serviceCopy, currentAfter;
         ASSERT_EQ(MoreSCCopyCurrentSet(current.out()), noErr);
         std::vector<std::string> order = Order(current.get());
+
+        applies = 0;
+        StderrCapture warnings;  // the port name callback and the IPv4 builder warn
+        ASSERT_EQ(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
+        EXPECT_EQ(applies, 1);
+        const std::string setPath = "/Sets/" + Text(newSet.get());
+        EXPECT_EQ(name(setPath), "Dial-up");
+        EXPECT_EQ(Keys(Saved(setPath + "/Network/Global").get()), (std::vector<std::string>{"IPv4", "NetInfo"}));
+        std::vector<std::string> described;
+        for (const std::string& id : Order(newSet.get())) described.push_back(Describe(Saved("/NetworkServices/" + id).get()));
+        EXPECT_EQ(described, newSetServices);
+        ASSERT_EQ(MoreSCCopyCurrentSet(currentAfter.out()), noErr);
+        EXPECT_TRUE(CFEqual(current.get(), currentAfter.get()));
 
         ASSERT_EQ(MoreSCNewService(current.get(), Port(kEthernetPort).get(), added.out()), noErr);
         ASSERT_EQ(MoreSCDuplicateSet(current.get(), CFSTR("Copy"), setCopy.out()), noErr);
@@ -188,6 +220,7 @@ TEST_F(Create, StoresKeepWhatTheyHeldAndCopiesAreDeep) {
         ExpectKept(services.get(), Saved("/NetworkServices").get());
         ExpectKept(sets.get(), Saved("/Sets").get(), Text(current.get()));
     }
+    SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);
 }
 
 TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
@@ -197,15 +230,14 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
                         "<key>NetworkServices</key>" + value + "<key>Aside</key><dict>");
     };
     // Set 0 also lists service 7, whose link points at nothing.
-    const std::string link = "<key>__LINK__</key><string>/NetworkServices/";
-    const std::string dangling = Edited(Edited(kLinkedStore, "<key>3</key><dict>" + link + "3</string></dict>",
-                                                   "<key>3</key><dict>" + link + "3</string></dict><key>7</key><dict>" +
-                                                       link + "9</string></dict>"),
-                                          "<string>2</string></array>", "<string>2</string><string>7</string></array>");
+    const std::string dangling =
+        Edited(kLinkedStore, SetXML("Automatic", {"3", "1", "2"}), SetXML("Automatic", {"3", "1", "2", "7=9"}));
     PortEntries badMAC = kEthernetPort, noDevice = kEthernetPort;
     badMAC.back().second = "00:0a:95";
     noDevice.erase(noDevice.begin() + 3);
-    // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service), its arguments.
+    // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service, 'S': new set, 'R':
+    // new set with an unreadable registry), its arguments. The registry's second port, a serial port without a
+    // device name, cannot become a service.
     const struct { std::string store; char operation; CFStringRef setID, serviceID; PortEntries port; OSStatus status; }
         rows[] = {
         {kLinkedStore, 'n', CFSTR("9"), nullptr, kEthernetPort, kSCStatusNoKey},
@@ -224,10 +256,17 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
          CFSTR("0"), nullptr, {}, kSCStatusFailed},
         {kLinkedStore, 'v', CFSTR("0"), CFSTR("9"), {}, kSCStatusNoKey},
         {kLinkedStore, 'v', CFSTR("9"), CFSTR("1"), {}, kSCStatusNoKey},  // copied, then no set to join
+        {kLinkedStore, 'S', nullptr, nullptr, {}, paramErr},
+        {kLinkedStore, 'R', nullptr, nullptr, {}, kIOReturnError},
     };
+    RegistrySnapshot registry;
+    registry.AddInternalModem();
+    registry.AddSerialPort("IORS232SerialStream", "printer", "printer").Set("IOTTYDevice", nullptr);
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         root_.writeStore(row.store);
+        registry.Install(root_);
+        if (row.operation == 'R') root_.write("/registry.plist", "<plist><dict>");
         const std::string before = FileText();
         CFRef<CFStringRef> id;
         // Inside a session that asks to save, whatever the failed operation
@@ -236,78 +275,11 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
         OSStatus outer = MoreSCOpen(false, false);
         EXPECT_EQ(row.operation == 'n'   ? MoreSCNewService(row.setID, Port(row.port).get(), id.out())
                   : row.operation == 's' ? MoreSCDuplicateSet(row.setID, CFSTR("Copy"), id.out())
-                                         : MoreSCDuplicateService(row.setID, row.serviceID, CFSTR("Copy"), id.out()),
+                  : row.operation == 'v' ? MoreSCDuplicateService(row.setID, row.serviceID, CFSTR("Copy"), id.out())
+                                         : MoreSCNewSet(CFSTR("Dial-up"), id.out()),
                   row.status);
         MoreSCClose(&outer, true);
         EXPECT_EQ(id.get(), nullptr);
-        EXPECT_EQ(FileText(), before);
-    }
-}
-
-// A machine with en0, an AirPort card and an internal modem: the new set
-// holds their services in port order (modem, en0, AirPort), saved and
-// applied once, and leaves every set and service that was there alone.
-TEST_F(Create, NewSetHasOneServicePerPortInPortOrder) {
-    const std::string stores[] = {kLinkedStore, RealStore("imac-ethernet-pac.plist"),
-                                  RealStore("macbook-air-http-proxy-ppp.plist"), RealStore("ios-binary.plist")};
-    RegistrySnapshot registry;
-    registry.AddBuiltInEthernet();
-    registry.AddAirPort();
-    registry.AddInternalModem();
-    registry.Install(root_);
-    InstallSystemVersion(root_, "10.4.11");
-    static int applies;
-    SCDynamicStoreSetPublishObserverForTesting([](void*) { applies++; }, nullptr);
-    const std::vector<std::string> expected = {
-        "DNS IPv4=PPP Interface=PPPSerial Modem= PPP Proxies=1 UserDefinedName=Internal Modem ",
-        "AppleTalk- DNS Ethernet=00:0a:95:9d:68:16 IPv4=Manual Interface PPP- Proxies=1 "
-        "UserDefinedName=Built-in Ethernet ",
-        "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
-    for (const std::string& store : stores) {
-        SCOPED_TRACE(&store - stores);
-        root_.writeStore(store);
-        CFRef<CFDictionaryRef> sets = Saved("/Sets"), services = Saved("/NetworkServices");
-        CFRef<CFStringRef> current, newSet, currentAfter;
-        ASSERT_EQ(MoreSCCopyCurrentSet(current.out()), noErr);
-        applies = 0;
-        StderrCapture warnings;  // the port name callback and the IPv4 builder warn
-        ASSERT_EQ(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
-        EXPECT_EQ(applies, 1);
-
-        const std::string setPath = "/Sets/" + Text(newSet.get());
-        EXPECT_EQ(Text(CFDictionaryGetValue(Saved(setPath).get(), CFSTR("UserDefinedName"))), "Dial-up");
-        EXPECT_EQ(Keys(Saved(setPath + "/Network/Global").get()), (std::vector<std::string>{"IPv4", "NetInfo"}));
-        std::vector<std::string> described;
-        for (const std::string& id : Order(newSet.get())) {
-            described.push_back(Describe(Saved("/NetworkServices/" + id).get()));
-        }
-        EXPECT_EQ(described, expected);
-        ExpectKept(sets.get(), Saved("/Sets").get());
-        ExpectKept(services.get(), Saved("/NetworkServices").get());
-        ASSERT_EQ(MoreSCCopyCurrentSet(currentAfter.out()), noErr);
-        EXPECT_TRUE(CFEqual(current.get(), currentAfter.get()));
-    }
-    SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);
-}
-
-// A registry that cannot be read, or a second port that cannot become a
-// service (a serial port without a device name), leaves no trace.
-TEST_F(Create, FailedNewSetLeavesTheStoreAsItWas) {
-    for (int row = 0; row < 2; row++) {
-        SCOPED_TRACE(row);
-        root_.writeStore(kLinkedStore);
-        RegistrySnapshot registry;
-        registry.AddInternalModem();
-        registry.AddSerialPort("IORS232SerialStream", "printer", "printer").Set("IOTTYDevice", nullptr);
-        registry.Install(root_);
-        if (row == 0) root_.write("/registry.plist", "<plist><dict>");
-        const std::string before = FileText();
-        StderrCapture reports;
-        CFRef<CFStringRef> newSet;
-        OSStatus outer = MoreSCOpen(false, false);
-        EXPECT_NE(MoreSCNewSet(CFSTR("Dial-up"), newSet.out()), noErr);
-        MoreSCClose(&outer, true);
-        EXPECT_EQ(newSet.get(), nullptr);
         EXPECT_EQ(FileText(), before);
     }
 }

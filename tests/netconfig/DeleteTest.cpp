@@ -22,15 +22,10 @@ Strings ServiceIDs(CFDictionaryRef services) {
 // more, following the links (set 1 links service 4 as "L4"). Service 5 is
 // linked from nowhere from the start.
 TEST_F(Delete, DeletionsCollectTheServicesNoSetLinks) {
-    struct Row {
-        const char* what;
-        std::function<OSStatus()> deletion;
-        OSStatus status;
-        Strings services;    // left under "NetworkServices"
-        Strings setZero;     // set 0's service order afterwards
-        CFIndex sets;        // sets left
-        const char* report;  // part of what is reported, or ""
-    } rows[] = {
+    // What is deleted, the status, the services left, set 0's service order
+    // afterwards, the number of sets left, part of what is reported.
+    const struct { const char* what; std::function<OSStatus()> deletion; OSStatus status; Strings services, setZero;
+                   CFIndex sets; const char* report; } rows[] = {
         {"set 1", [] { return MoreSCDeleteSet(CFSTR("1")); }, noErr, {"1", "2", "3"}, {"3", "1", "2"}, 1, ""},
         {"service 2 from set 0", [] { return MoreSCDeleteService(CFSTR("0"), CFSTR("2")); }, noErr,
          {"1", "2", "3", "4"}, {"3", "1"}, 2, ""},
@@ -42,7 +37,7 @@ TEST_F(Delete, DeletionsCollectTheServicesNoSetLinks) {
         {"the current set", [] { return MoreSCDeleteSet(CFSTR("0")); }, paramErr, {"1", "2", "3", "4", "5"},
          {"3", "1", "2"}, 2, ""},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         root_.writeStore(kTwoSetStore);
         StderrCapture reports;

@@ -7,13 +7,9 @@
 
 namespace {
 
-struct PathRow {
-    const char* what;
-    std::function<OSStatus(CFStringRef*)> copy;
-    OSStatus status;
-    const char* path;
-    const char* report = "";
-};
+// What is copied, how, the status, the path and what is reported.
+struct PathRow { const char* what; std::function<OSStatus(CFStringRef*)> copy; OSStatus status; const char* path;
+                 const char* report = ""; };
 
 // Runs each row with a fresh out-parameter and checks status, path and what
 // was reported.

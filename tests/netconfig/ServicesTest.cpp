@@ -50,7 +50,7 @@ TEST_F(Services, MissingEmptyOrMalformedServiceOrder) {
         {"", kSCStatusNoKey}, {"<array/>", noErr}, {"<string>2</string>", coreFoundationUnknownErr}};
     for (const auto& [order, status] : rows) {
         SCOPED_TRACE(order);
-        root_.writeStore(order.empty() ? Edited(kTwoSetStore, "<key>IPv4</key><dict><key>ServiceOrder</key>\n      " +
+        root_.writeStore(order.empty() ? Edited(kTwoSetStore, "<key>IPv4</key><dict><key>ServiceOrder</key>" +
                                                                   kOrder + "</dict>", "")
                                        : Edited(kTwoSetStore, kOrder, order));
         const std::string before = FileText();

@@ -19,7 +19,21 @@
 #include "support/StderrCapture.h"
 #include "support/TempRoot.h"
 
-inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
+// A set dictionary named name ("": no name) linking services in order;
+// "L4=4" links service 4 under the set's own ID L4.
+inline std::string SetXML(const std::string& name, const std::vector<std::string>& services) {
+    std::string order, links;
+    for (const std::string& entry : services) {
+        const std::string id = entry.substr(0, entry.find('=')), target = entry.substr(entry.find('=') + 1);
+        order += "<string>" + id + "</string>";
+        links += "<key>" + id + "</key><dict><key>__LINK__</key><string>/NetworkServices/" + target + "</string></dict>";
+    }
+    return "<dict>" + (name.empty() ? "" : "<key>UserDefinedName</key><string>" + name + "</string>") +
+           "<key>Network</key><dict><key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key><array>" + order +
+           "</array></dict></dict><key>Service</key><dict>" + links + "</dict></dict></dict>\n";
+}
+
+inline const std::string kTwoSetStore = R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict>
 <key>CurrentSet</key><string>/Sets/0</string>
 <key>NetworkServices</key><dict>
@@ -33,21 +47,8 @@ inline const char kTwoSetStore[] = R"(<?xml version="1.0" encoding="UTF-8"?>
   <key>4</key><dict><key>UserDefinedName</key><string>Modem</string></dict>
   <key>5</key><dict><key>UserDefinedName</key><string>Orphan</string></dict>
 </dict>
-<key>Sets</key><dict>
-  <key>0</key><dict><key>UserDefinedName</key><string>Automatic</string><key>Network</key><dict>
-    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
-      <array><string>3</string><string>1</string><string>2</string></array></dict></dict>
-    <key>Service</key><dict><key>1</key><dict><key>__LINK__</key><string>/NetworkServices/1</string></dict>
-      <key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
-      <key>3</key><dict><key>__LINK__</key><string>/NetworkServices/3</string></dict></dict></dict></dict>
-  <key>1</key><dict><key>Network</key><dict>
-    <key>Global</key><dict><key>IPv4</key><dict><key>ServiceOrder</key>
-      <array><string>2</string><string>L4</string></array></dict></dict>
-    <key>Service</key><dict><key>2</key><dict><key>__LINK__</key><string>/NetworkServices/2</string></dict>
-      <key>L4</key><dict><key>__LINK__</key><string>/NetworkServices/4</string></dict></dict></dict></dict>
-</dict>
-</dict></plist>
-)";
+<key>Sets</key><dict><key>0</key>)" + SetXML("Automatic", {"3", "1", "2"}) + "<key>1</key>" + SetXML("", {"2", "L4=4"}) +
+                                     "</dict>\n</dict></plist>\n";
 
 // Replaces the one occurrence of from in text.
 inline std::string Edited(std::string text, const std::string& from, const std::string& to) {
