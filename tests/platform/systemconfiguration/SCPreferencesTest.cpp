@@ -306,21 +306,6 @@ TEST_F(SCPreferencesTest, SaveAfterAnotherProgramsChangeIsRefusedAsStale) {
     }
 }
 
-TEST_F(SCPreferencesTest, SaveWithoutChangesLeavesTheFileUntouched) {
-    auto file = root.installStore("macbook-air-http-proxy-ppp.plist");
-    auto before = Stat(file);
-    Prefs prefs = Open();
-    ASSERT_TRUE(prefs);
-    // Writing back what is already there is no change.
-    auto same = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices")));
-    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices"), same.get()));
-    EXPECT_TRUE(SCPreferencesCommitChanges(prefs.get()));
-    auto after = Stat(file);
-    EXPECT_TRUE(after.st_ino == before.st_ino && after.st_mtim.tv_sec == before.st_mtim.tv_sec &&
-                after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
-    EXPECT_FALSE(std::filesystem::exists(file.string() + ".lock"));
-}
-
 // A save keeps the file's format and mode; an apply hands the running
 // system the committed state, as XML whatever the store's format.
 TEST_F(SCPreferencesTest, SaveKeepsFormatAndModeAndApplyRecordsTheCommittedStateAsXML) {
@@ -415,7 +400,7 @@ TEST_F(SCPreferencesTest, TheLastSaveIsReusedOnlyWhileTheFileIsAsWritten) {
     EXPECT_TRUE(SCPreferencesCommitChanges(fourth.get()));
 }
 
-TEST_F(SCPreferencesTest, ASaveClearsCrashedSavesLeftoversAndNothingElse) {
+TEST_F(SCPreferencesTest, OnlyASaveThatWritesClearsCrashedSavesLeftoversAndNothingElse) {
     root.installStore("imac-ethernet-pac.plist");
     const char* leftovers[] = {".preferences.plist.a1B2c3", ".preferences.plist.XXXXXX"};
     const char* others[] = {
@@ -433,10 +418,17 @@ TEST_F(SCPreferencesTest, ASaveClearsCrashedSavesLeftoversAndNothingElse) {
         else if (name.ends_with("link00")) fs::create_symlink(folder() / leftovers[0], folder() / name);
         else root.write("/Library/Preferences/SystemConfiguration/" + name, "x");
     }
+    auto before = Stat(root.storePath());
     Prefs prefs = Open();
     ASSERT_TRUE(prefs);
-    // A commit with nothing to write takes no lock and leaves all alone.
+    // A commit with nothing to write (writing back what is already there is
+    // no change) takes no lock and leaves all alone.
+    auto same = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices")));
+    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices"), same.get()));
     ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+    auto after = Stat(root.storePath());
+    EXPECT_TRUE(after.st_ino == before.st_ino && after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
+    EXPECT_FALSE(fs::exists(root.storePath().string() + ".lock"));
     for (const char* name : leftovers) EXPECT_TRUE(fs::exists(folder() / name)) << name;
 
     ASSERT_TRUE(SCPreferencesSetValue(prefs.get(), CFSTR("Model"), CFSTR("x")));
