@@ -1,80 +1,129 @@
-// Property-list files: real stores survive a read and a write unchanged,
-// every value type keeps its value and XML spelling, and broken files are
-// refused with a reason instead of half a tree.
+// Property-list files: every value type keeps its value and XML spelling,
+// large and odd trees read back equal, nesting is bounded at the same depth
+// in both formats and by the writers, and every broken offset, count,
+// reference, cycle and malformed document is refused with a reason instead
+// of a crash or half a tree.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/PropertyListFile.h"
+#include "support/BinaryPlist.h"
 
 namespace {
 
-CFRef<CFMutableDictionaryRef> Decode(const std::string& bytes, PropertyListFormat* format, std::string* fault) {
-    return CFRef<CFMutableDictionaryRef>(PropertyListCreateFromFileBytes(bytes, format, fault));
+const std::string kHeader =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+    "<plist version=\"1.0\">\n";
+
+std::string XMLFile(const std::string& body) { return kHeader + body + "</plist>\n"; }
+
+std::string Repeat(const std::string& text, int times) {
+    std::string out;
+    while (times-- > 0) out += text;
+    return out;
 }
 
-std::string Encode(CFPropertyListRef tree, PropertyListFormat format) {
+CFRef<CFMutableDictionaryRef> Read(const std::string& bytes, std::string* fault, PropertyListFormat* format = nullptr) {
+    PropertyListFormat ignored;
+    return CFRef<CFMutableDictionaryRef>(PropertyListCreateFromFileBytes(bytes, format ? format : &ignored, fault));
+}
+
+std::string Write(CFPropertyListRef tree, PropertyListFormat format) {
     std::string bytes, fault;
     EXPECT_TRUE(PropertyListEncodeFileBytes(tree, format, &bytes, &fault)) << fault;
     return bytes;
 }
 
-CFRef<CFStringRef> Str(const char* utf8) {
-    return CFRef<CFStringRef>(CFStringCreateWithCString(kCFAllocatorDefault, utf8, kCFStringEncodingUTF8));
+// A binary file of one dictionary { "k": value }, the value made by `make`.
+std::string BinaryWithValue(const std::function<int(BinaryPlist&)>& make, int refSize = 1) {
+    BinaryPlist plist;
+    int key = plist.ascii("k");
+    int value = make(plist);
+    return plist.file(plist.dict({key}, {value}), refSize);
+}
+
+// Nested containers: `levels` of them, the outermost a dictionary.
+std::string NestedXML(int levels, const std::string& open, const std::string& close) {
+    return XMLFile("<dict><key>k</key>" + Repeat(open, levels - 1) + "<string>x</string>" + Repeat(close, levels - 1) +
+                   "</dict>");
+}
+
+std::string NestedBinary(int levels) {
+    return BinaryWithValue(
+        [&](BinaryPlist& p) {
+            int inner = p.ascii("x");
+            for (int i = 1; i < levels; ++i) inner = p.array({inner});
+            return inner;
+        },
+        4);
+}
+
+CFRef<CFStringRef> Units(const std::u16string& text) {
+    return CFRef<CFStringRef>(CFStringCreateWithCharacters(
+        nullptr, reinterpret_cast<const UniChar*>(text.data()), static_cast<CFIndex>(text.size())));
 }
 
 CFRef<CFMutableDictionaryRef> NewDict() {
-    return CFRef<CFMutableDictionaryRef>(CFDictionaryCreateMutable(
-        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    return CFRef<CFMutableDictionaryRef>(
+        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
 }
 
-TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
-    auto tree = NewDict();
-    SInt64 negative = -5, big = 0x7fffffffffffffffLL;
-    double real = 1.5;
-    const UInt8 bytes[] = {0, 1, 2, 0xff};
-    CFRef<CFNumberRef> negativeNumber(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &negative));
-    CFRef<CFNumberRef> bigNumber(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &big));
-    CFRef<CFNumberRef> realNumber(CFNumberCreate(kCFAllocatorDefault, kCFNumberFloat64Type, &real));
-    CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault, bytes, sizeof bytes));
-    CFRef<CFMutableArrayRef> array(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
-    CFArrayAppendValue(array.get(), CFSTR("x & <y>"));
-    CFArrayAppendValue(array.get(), NewDict().get());
-    // U+FF21 sorts after the surrogate pair of U+1F600 in UTF-16, though its
-    // code point is smaller; "B" sorts before "a".
-    CFDictionarySetValue(tree.get(), Str("\xEF\xBC\xA1").get(), CFSTR("fullwidth"));
-    CFDictionarySetValue(tree.get(), Str("\xF0\x9F\x98\x80").get(), CFSTR("emoji"));
-    CFDictionarySetValue(tree.get(), CFSTR("a"), negativeNumber.get());
-    CFDictionarySetValue(tree.get(), CFSTR("B"), bigNumber.get());
-    CFDictionarySetValue(tree.get(), CFSTR("real"), realNumber.get());
-    CFDictionarySetValue(tree.get(), CFSTR("on"), kCFBooleanTrue);
-    CFDictionarySetValue(tree.get(), CFSTR("off"), kCFBooleanFalse);
-    CFDictionarySetValue(tree.get(), CFSTR("data"), data.get());
-    CFDictionarySetValue(tree.get(), CFSTR("list"), array.get());
+}  // namespace
 
-    std::string xml = Encode(tree.get(), PropertyListFormat::XML);
-    EXPECT_NE(xml.find("<integer>-5</integer>"), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<integer>9223372036854775807</integer>"), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<key>on</key>\n\t<true/>"), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<key>off</key>\n\t<false/>"), std::string::npos) << xml;
-    EXPECT_NE(xml.find("<string>x &amp; &lt;y&gt;</string>"), std::string::npos) << xml;
-    EXPECT_NE(xml.find("\t\t<dict/>\n"), std::string::npos) << xml;
-    std::size_t order[] = {xml.find("<key>B</key>"), xml.find("<key>a</key>"), xml.find("<key>data</key>"),
-                           xml.find("<key>\xF0\x9F\x98\x80</key>"), xml.find("<key>\xEF\xBC\xA1</key>")};
-    for (std::size_t i = 1; i < std::size(order); ++i) EXPECT_LT(order[i - 1], order[i]) << xml;
+// One dictionary of every value type, read in reverse key order: written as
+// XML its keys come sorted by UTF-16 code units and each value in the
+// writer's spelling; in both formats it reads back equal, with mutable
+// containers (the store changes them in place).
+TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
+    const struct {
+        const char* key;
+        std::string written, read;  // read: another spelling of the same value
+    } rows[] = {
+        {"B", "<integer>9223372036854775807</integer>", ""},  // "B" sorts before "a"
+        {"a", "<integer>-1</integer>", "<integer>18446744073709551615</integer>"},
+        {"b", "<integer>255</integer>", "<integer>0xff</integer>"},
+        {"data", "<data>\n\tAAEC/w==\n\t</data>", "<data>AAEC\n/w==</data>"},
+        {"empty", "<string></string>", "<string/>"},
+        {"list", "<array>\n\t\t<string>x &amp; &lt;y&gt;</string>\n\t\t<dict/>\n\t</array>", ""},
+        {"off", "<false/>", ""},
+        {"on", "<true/>", ""},
+        {"r1", "<real>0.0</real>", "<real>-0.0</real>"},
+        {"r2", "<real>0.10000000000000001</real>", "<real>0.1</real>"},
+        {"r3", "<real>-3</real>", "<real>-3.0</real>"},
+        {"r4", "<real>+infinity</real>", "<real>inf</real>"},
+        {"r5", "<real>-infinity</real>", ""},
+        {"r6", "<real>1e+21</real>", "<real>1E21</real>"},
+        {"text", "<string>a&amp;b&lt;c&gt;\"'&#13;\n\t\xC3\xA9</string>", "<string>a&amp;b&lt;c>\"'&#13;\n\t\xC3\xA9</string>"},
+        // U+1F600 (a surrogate pair) sorts before U+FF21, though its code
+        // point is larger.
+        {"\xF0\x9F\x98\x80", "<string>emoji</string>", ""},
+        {"\xEF\xBC\xA1", "<string>fullwidth</string>", ""},
+    };
+    std::string input, expected;
+    for (const auto& row : rows) {
+        std::string entry = "\t<key>" + std::string(row.key) + "</key>\n\t";
+        input = entry + (row.read.empty() ? row.written : row.read) + "\n" + input;
+        expected += entry + row.written + "\n";
+    }
+    std::string fault;
+    auto tree = Read(XMLFile("<dict>\n" + input + "</dict>\n"), &fault);
+    ASSERT_TRUE(tree) << fault;
+    EXPECT_EQ(Write(tree.get(), PropertyListFormat::XML), XMLFile("<dict>\n" + expected + "</dict>\n"));
 
     for (PropertyListFormat format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
-        PropertyListFormat read = format;
-        std::string fault;
-        auto back = Decode(Encode(tree.get(), format), &read, &fault);
+        PropertyListFormat read = PropertyListFormat::XML;
+        auto back = Read(Write(tree.get(), format), &fault, &read);
         ASSERT_TRUE(back) << fault;
+        EXPECT_EQ(read, format);
         EXPECT_TRUE(CFEqual(tree.get(), back.get()));
-        CFTypeRef list = CFDictionaryGetValue(back.get(), CFSTR("list"));
-        // Containers come back mutable: the store changes them in place.
-        CFArrayAppendValue(static_cast<CFMutableArrayRef>(const_cast<void*>(list)), CFSTR("more"));
-        EXPECT_EQ(CFArrayGetCount(static_cast<CFArrayRef>(list)), 3);
+        auto list = static_cast<CFMutableArrayRef>(const_cast<void*>(CFDictionaryGetValue(back.get(), CFSTR("list"))));
+        CFArrayAppendValue(list, CFSTR("more"));
+        EXPECT_EQ(CFArrayGetCount(list), 3);
     }
 }
 
@@ -82,50 +131,178 @@ TEST(PropertyListFile, LargeBinaryTreesReadBackEqual) {
     // Past 255 and 65,535 objects the references widen; counts of 15 and
     // more, and long strings and data, take an extended length.
     auto tree = NewDict();
-    CFRef<CFMutableArrayRef> many(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+    CFRef<CFMutableArrayRef> many(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     for (int i = 0; i < 70000; ++i) {
-        CFRef<CFStringRef> text(CFStringCreateWithFormat(kCFAllocatorDefault, nil, CFSTR("item %d"), i));
-        CFArrayAppendValue(many.get(), text.get());
+        CFArrayAppendValue(many.get(), CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("item %d"), i)).get());
         if (i % 1000 == 0) CFArrayAppendValue(many.get(), CFSTR("repeated"));
     }
     CFDictionarySetValue(tree.get(), CFSTR("many"), many.get());
     auto wide = NewDict();
     for (int i = 0; i < 300; ++i) {
-        CFRef<CFStringRef> key(CFStringCreateWithFormat(kCFAllocatorDefault, nil, CFSTR("k\xC3\xA9y %d"), i));
         SInt64 value = static_cast<SInt64>(i) * 1000003 - 150000000;
-        CFRef<CFNumberRef> number(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &value));
-        CFDictionarySetValue(wide.get(), key.get(), number.get());
+        CFDictionarySetValue(wide.get(), CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("k\xC3\xA9y %d"), i)).get(),
+                             CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)).get());
     }
     CFDictionarySetValue(tree.get(), CFSTR("a longer key than fifteen characters"), wide.get());
     std::vector<UInt8> blob(70000, 0xA5);
-    CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault, blob.data(), static_cast<CFIndex>(blob.size())));
-    CFDictionarySetValue(tree.get(), CFSTR("blob"), data.get());
-
-    PropertyListFormat format = PropertyListFormat::XML;
+    CFDictionarySetValue(tree.get(), CFSTR("blob"),
+                         CFRef<CFDataRef>(CFDataCreate(nullptr, blob.data(), static_cast<CFIndex>(blob.size()))).get());
     std::string fault;
-    auto back = Decode(Encode(tree.get(), PropertyListFormat::Binary), &format, &fault);
+    auto back = Read(Write(tree.get(), PropertyListFormat::Binary), &fault);
     ASSERT_TRUE(back) << fault;
-    EXPECT_EQ(format, PropertyListFormat::Binary);
     EXPECT_TRUE(CFEqual(tree.get(), back.get()));
 }
 
-// Files that are no store are refused with the reason, not half a tree.
-TEST(PropertyListFile, BrokenFilesAreRefusedWithAReason) {
-    const std::string header = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
-    const std::pair<std::string, const char*> cases[] = {
-        {"", "empty file"},
-        {"bplist00", "malformed"},
-        {header + "<dict><key>k</key><string>x</string></dict>\n", "malformed"},  // no closing tag
-        {header + "<array><string>x</string></array>\n</plist>\n", "root is not a dictionary"},
-        {header + "<dict><key>d</key><date>2020-01-01T00:00:00Z</date></dict>\n</plist>\n",
-         "unsupported value of type date"},
-    };
-    for (const auto& [bytes, reason] : cases) {
-        PropertyListFormat format = PropertyListFormat::XML;
-        std::string fault;
-        EXPECT_FALSE(Decode(bytes, &format, &fault)) << bytes;
-        EXPECT_NE(fault.find(reason), std::string::npos) << bytes << ": " << fault;
+TEST(PropertyListFile, StringsKeepEveryCharacterInBinaryAndXMLRefusesWhatItCannotCarry) {
+    BinaryPlist plist;
+    int asciiKey = plist.ascii(std::string("k\0ey", 4));
+    int utf16Key = plist.ascii("wide");
+    int ascii = plist.ascii(std::string("keep\0this", 9));
+    int utf16 = plist.utf16(std::u16string(u"A\0", 2));
+    std::string fault;
+    auto tree = Read(plist.file(plist.dict({asciiKey, utf16Key}, {ascii, utf16})), &fault);
+    ASSERT_TRUE(tree) << fault;
+    EXPECT_EQ(CFDictionaryGetCount(tree.get()), 2);
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(tree.get(), Units(std::u16string(u"k\0ey", 4)).get()),
+                        Units(std::u16string(u"keep\0this", 9)).get()));
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(tree.get(), CFSTR("wide")), Units(std::u16string(u"A\0", 2)).get()));
+    auto again = Read(Write(tree.get(), PropertyListFormat::Binary), &fault);
+    ASSERT_TRUE(again) << fault;
+    EXPECT_TRUE(CFEqual(tree.get(), again.get()));
+
+    // XML 1.0 has no way to write U+0000 (nor most control characters).
+    for (const std::u16string& text : {std::u16string(u"A\0", 2), std::u16string(u"a\x1b"), std::u16string(u"\xD800")}) {
+        auto dict = NewDict();
+        CFDictionarySetValue(dict.get(), CFSTR("k"), Units(text).get());
+        std::string written;
+        EXPECT_FALSE(PropertyListEncodeFileBytes(dict.get(), PropertyListFormat::XML, &written, &fault));
+        EXPECT_NE(fault.find("which an XML property list cannot carry"), std::string::npos) << fault;
     }
 }
 
-}  // namespace
+TEST(PropertyListFile, NestingIsBoundedAlikeInBothFormatsAndByTheWriters) {
+    std::string fault;
+    for (int levels : {int(kPropertyListMaxDepth), kPropertyListMaxDepth + 1, 50000}) {
+        bool fits = levels <= kPropertyListMaxDepth;
+        for (const std::string& bytes : {NestedXML(levels, "<dict><key>k</key>", "</dict>"),
+                                         NestedXML(levels, "<array>", "</array>"), NestedBinary(levels)}) {
+            SCOPED_TRACE(std::to_string(levels) + " levels, " + bytes.substr(0, 8));
+            fault.clear();
+            EXPECT_EQ(static_cast<bool>(Read(bytes, &fault)), fits) << fault;
+            EXPECT_EQ(fault.find("nested deeper than 512 levels") != std::string::npos, !fits) << fault;
+        }
+    }
+    // A tree one level too deep for the readers is not written either.
+    auto tree = Read(NestedXML(kPropertyListMaxDepth, "<array>", "</array>"), &fault);
+    ASSERT_TRUE(tree);
+    auto deeper = NewDict();
+    CFDictionarySetValue(deeper.get(), CFSTR("k"), tree.get());
+    std::string written;
+    for (auto format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
+        EXPECT_TRUE(PropertyListEncodeFileBytes(tree.get(), format, &written, &fault)) << fault;
+        EXPECT_FALSE(PropertyListEncodeFileBytes(deeper.get(), format, &written, &fault));
+    }
+}
+
+TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
+    BinaryPlist good;
+    int key = good.ascii("k");
+    const std::string valid = good.file(good.dict({key}, {key}));
+    auto patched = [&](std::size_t fromEnd, char byte) {
+        std::string bytes = valid;
+        bytes[bytes.size() - fromEnd] = byte;
+        return bytes;
+    };
+    BinaryPlist numberKey;
+    int number = numberKey.raw("\x10\x01");
+    int value = numberKey.ascii("v");
+    const struct {
+        const char* what;
+        std::string bytes;
+        const char* fault;
+    } cases[] = {
+        {"an array holding itself", BinaryWithValue([](BinaryPlist& p) {
+             int self = p.array({});
+             p.makeArray(self, {self});
+             return self;
+         }),
+         "contains itself"},
+        {"a reference past the last object", BinaryWithValue([](BinaryPlist&) { return 7; }), "past the last object"},
+        {"a string longer than the file",  // claims 65,536 characters
+         BinaryWithValue([](BinaryPlist& p) { return p.raw("\x5F\x12\x00\x01\x00\x00xyz"); }), "past the objects"},
+        {"a key that is a number", numberKey.file(numberKey.dict({number}, {value})), "key is not a string"},
+        {"a date", BinaryWithValue([](BinaryPlist& p) { return p.raw(std::string("\x33\0\0\0\0\0\0\0\0", 9)); }),
+         "unsupported value of type date"},
+        {"a UID", BinaryWithValue([](BinaryPlist& p) { return p.raw("\x80\x01"); }), "unsupported value of type uid"},
+        // Forty arrays, each holding the next twice: 2^40 values when
+        // expanded into a tree.
+        {"shared containers that expand", BinaryWithValue([](BinaryPlist& p) {
+             int inner = p.ascii("x");
+             for (int i = 0; i < 40; ++i) inner = p.array({inner, inner});
+             return inner;
+         }),
+         "expand to more values"},
+        {"a reference size of 0", patched(25, 0), "trailer does not fit"},
+        {"an offset table past the end", patched(1, '\xF0'), "trailer does not fit"},
+        {"an object offset past the objects", patched(32 + 8 - 3, '\xF0'), "offset outside the file"},
+        {"the magic alone", "bplist00", "too short"},
+    };
+    for (const auto& c : cases) {
+        std::string fault;
+        EXPECT_FALSE(Read(c.bytes, &fault)) << c.what;
+        EXPECT_NE(fault.find(c.fault), std::string::npos) << c.what << ": " << fault;
+    }
+    std::string fault;
+    EXPECT_TRUE(Read(valid, &fault)) << fault;
+}
+
+TEST(PropertyListFile, BrokenXMLIsRefusedWithAReason) {
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "empty file"},
+        {kHeader + "<dict><key>k</key><string>x</string></dict>\n", "malformed"},  // no closing tag
+        {XMLFile("<array><string>x</string></array>\n"), "root is not a dictionary"},
+        {XMLFile(std::string("<dict><key>k</key><string>a\0b</string></dict>\n", 46)), "malformed"},
+        {XMLFile("<dict><key>k</key><string>a&#0;b</string></dict>\n"), "malformed"},
+        {"<?xml version=\"1.0\"?>\n<!DOCTYPE plist [<!ENTITY a \"aaaa\">]>\n<plist><dict/></plist>\n",
+         "entity declarations are not allowed"},
+        {XMLFile("<dict><key>k</key><thing/></dict>\n"), "unknown element <thing>"},
+        {XMLFile("<dict>loose<key>k</key><true/></dict>\n"), "text outside a value"},
+        {XMLFile("<dict><string>v</string></dict>\n"), "a dictionary value without a key"},
+        {XMLFile("<dict><key>k</key></dict>\n"), "a key without a value"},
+        {XMLFile("<dict/><dict/>\n"), "more than one value"},
+        {XMLFile("<dict><key>k</key><string>a<key>x</key></string></dict>\n"), "inside a value"},
+        {"<dict/>\n", "root element is not <plist>"},
+        {XMLFile("<dict><key>k</key><integer>18446744073709551616</integer></dict>\n"), "at most 64 bits"},
+        {XMLFile("<dict><key>k</key><integer>12abc</integer></dict>\n"), "not an integer"},
+        {XMLFile("<dict><key>k</key><real>1.5x</real></dict>\n"), "not a number"},
+        {XMLFile("<dict><key>k</key><data>AB!=</data></dict>\n"), "not base64"},
+        {XMLFile("<dict><key>k</key><date>2020-01-01T00:00:00Z</date></dict>\n"), "unsupported value of type date"},
+    };
+    for (const auto& [bytes, expected] : cases) {
+        std::string fault;
+        EXPECT_FALSE(Read(bytes, &fault)) << bytes;
+        EXPECT_NE(fault.find(expected), std::string::npos) << bytes << ": " << fault;
+    }
+}
+
+// 80 characters of base64: 68 a line one tab deep, 12 a line at eight tabs
+// and deeper (the data sits nine deep here).
+TEST(PropertyListFile, DataLinesNarrowWithTheirIndentationDownToEightTabs) {
+    const std::string data = "<data>" + Repeat("paWl", 20) + "</data>";
+    std::string fault;
+    auto tree = Read(XMLFile("<dict><key>shallow</key>" + data + "<key>t</key>" + Repeat("<array>", 8) + data +
+                             Repeat("</array>", 8) + "</dict>"),
+                     &fault);
+    ASSERT_TRUE(tree) << fault;
+    std::string xml = Write(tree.get(), PropertyListFormat::XML);
+    EXPECT_NE(xml.find("<key>shallow</key>\n\t<data>\n\t" + Repeat("paWl", 17) + "\n\tpaWlpaWlpaWl\n\t</data>\n"),
+              std::string::npos)
+        << xml;
+    const std::string eight(8, '\t'), nine(9, '\t');
+    EXPECT_NE(xml.find(nine + "<data>\n" + Repeat(eight + "paWlpaWlpaWl\n", 6) + eight + "paWlpaWl\n" + nine + "</data>\n"),
+              std::string::npos)
+        << xml;
+    auto again = Read(xml, &fault);
+    ASSERT_TRUE(again) << fault;
+    EXPECT_TRUE(CFEqual(again.get(), tree.get()));
+}

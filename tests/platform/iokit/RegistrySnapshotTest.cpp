@@ -20,12 +20,17 @@ struct Services : std::vector<io_object_t> {
     ~Services() {
         for (io_object_t object : *this) IOObjectRelease(object);
     }
+    // What `text` makes of each object, the first `count` ones.
+    std::vector<std::string> Each(std::string (*text)(io_object_t), std::size_t count) const {
+        std::vector<std::string> texts;
+        for (std::size_t i = 0; i < count && i < size(); ++i) texts.push_back(text((*this)[i]));
+        return texts;
+    }
 };
 
-// A string property as text.
-std::string Property(io_object_t entry, const char* key) {
-    CFRef<CFStringRef> keyString(CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8));
-    return Text(CFRef<CFTypeRef>(IORegistryEntryCreateCFProperty(entry, keyString.get(), nullptr, 0)).get());
+// The BSD name property as text.
+std::string BSDName(io_object_t entry) {
+    return Text(CFRef<CFTypeRef>(IORegistryEntryCreateCFProperty(entry, CFSTR(kIOBSDNameKey), nullptr, 0)).get());
 }
 
 std::string ClassOf(io_object_t entry) {
@@ -53,9 +58,7 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
 
         Services ethernet(kIOEthernetInterfaceClass);
         ASSERT_EQ(3u, ethernet.size());
-        EXPECT_EQ((Strings{"en0", "en2", "en1"}),
-                  (Strings{Property(ethernet[0], kIOBSDNameKey), Property(ethernet[1], kIOBSDNameKey),
-                         Property(ethernet[2], kIOBSDNameKey)}));
+        EXPECT_EQ((Strings{"en0", "en2", "en1"}), ethernet.Each(BSDName, 3));
         EXPECT_TRUE(IOObjectConformsTo(ethernet[2], "IONetworkInterface"));
         EXPECT_FALSE(IOObjectConformsTo(ethernet[2], "IOEthernetController"));
 
@@ -63,7 +66,7 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
         CFDictionarySetValue(modems, CFSTR(kIOSerialBSDTypeKey), CFSTR(kIOSerialBSDModemType));
         Services modem(modems);
         ASSERT_EQ(1u, modem.size());
-        EXPECT_EQ("modem", Property(modem[0], kIOTTYBaseNameKey));
+        EXPECT_EQ("modem", Text(CFRef<CFTypeRef>(IORegistryEntryCreateCFProperty(modem[0], CFSTR(kIOTTYBaseNameKey), nullptr, 0)).get()));
 
         CFMutableDictionaryRef byName = IOServiceMatching("IOService");
         CFRef<CFMutableDictionaryRef> wanted(
@@ -79,8 +82,7 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
         EXPECT_FALSE(IOObjectConformsTo(mystery[0], kIOEthernetInterfaceClass));
         Services all("OSObject");
         ASSERT_EQ(14u, all.size());
-        EXPECT_EQ((Strings{"IOPCIDevice", "BCM5701Enet", "IOEthernetInterface", "IOEthernetInterface"}),
-                  (Strings{ClassOf(all[0]), ClassOf(all[1]), ClassOf(all[2]), ClassOf(all[3])}));
+        EXPECT_EQ((Strings{"IOPCIDevice", "BCM5701Enet", "IOEthernetInterface", "IOEthernetInterface"}), all.Each(ClassOf, 4));
 
         // A changed snapshot is read again.
         registry.AddBuiltInEthernet("en3");
@@ -102,7 +104,7 @@ TEST(RegistrySnapshot, EntriesGiveCopiesOfTheirPropertiesAndTheirParents) {
     ASSERT_EQ(kIOReturnSuccess, IORegistryEntryCreateCFProperties(ethernet[0], properties.out(), nullptr, 0));
     EXPECT_EQ(1, CFDictionaryGetCount(properties.get()));
     CFDictionarySetValue(properties.get(), CFSTR(kIOBSDNameKey), CFSTR("changed"));
-    EXPECT_EQ("en0", Property(ethernet[0], kIOBSDNameKey));
+    EXPECT_EQ("en0", BSDName(ethernet[0]));
 
     io_object_t controller = 0, device = 0, top = 0, beyond = 0;
     ASSERT_EQ(kIOReturnSuccess, IORegistryEntryGetParentEntry(ethernet[0], kIOServicePlane, &controller));
@@ -116,10 +118,7 @@ TEST(RegistrySnapshot, EntriesGiveCopiesOfTheirPropertiesAndTheirParents) {
     EXPECT_EQ(kIOReturnNoDevice, IORegistryEntryGetParentEntry(top, kIOServicePlane, &beyond));
 
     // An object goes with its last reference, and is then unknown.
-    EXPECT_EQ(kIOReturnSuccess, IOObjectRetain(controller));
-    for (io_object_t object : {controller, controller, device, top}) {
-        EXPECT_EQ(kIOReturnSuccess, IOObjectRelease(object));
-    }
+    for (io_object_t object : {controller, device, top}) EXPECT_EQ(kIOReturnSuccess, IOObjectRelease(object));
     EXPECT_EQ(kIOReturnBadArgument, IOObjectRelease(controller));
     EXPECT_EQ(nullptr, IORegistryEntryCreateCFProperty(controller, CFSTR(kIOMACAddress), nullptr, 0));
 }

@@ -17,6 +17,7 @@
 #include "platform/systemconfiguration/SCDynamicStore.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 #include "platform/systemconfiguration/SCPreferences.h"
+#include "support/CFText.h"
 #include "support/TempRoot.h"
 
 namespace {
@@ -52,18 +53,9 @@ CFRef<CFStringRef> String(const std::string& text) {
     return CFRef<CFStringRef>(CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
 }
 
-std::string Text(CFTypeRef string) {
-    char buffer[512];
-    bool ok = string != nil && CFStringGetCString(static_cast<CFStringRef>(string), buffer, sizeof buffer, kCFStringEncodingUTF8);
-    return ok ? buffer : "(none)";
-}
-
 Strings Keys(SCDynamicStoreRef store, const std::string& pattern) {
     CFRef<CFArrayRef> keys(SCDynamicStoreCopyKeyList(store, String(pattern).get()));
-    if (!keys) return {"(failed)"};
-    Strings texts;
-    for (CFIndex i = 0; i < CFArrayGetCount(keys.get()); i++) texts.push_back(Text(CFArrayGetValueAtIndex(keys.get(), i)));
-    return texts;
+    return keys ? Texts(keys.get()) : Strings{"(failed)"};
 }
 
 // The "ConfigMethod" of the live IPv4 entity of a service, or "(none)".

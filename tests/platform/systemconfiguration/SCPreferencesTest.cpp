@@ -1,9 +1,12 @@
 // The preferences store: reading and refusing files, path access through
 // links with the right statuses, values that never change under their
 // holders, the cross-process lock, and saves that neither lose another
-// program's change nor leave a broken file behind.
+// program's change nor leave a broken file behind. A file this process
+// saved is not parsed again while it stays as written, and what crashed
+// saves left behind is cleared under the lock, and nothing else.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <linux/capability.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -11,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -26,6 +30,7 @@
 namespace {
 
 using Prefs = CFRef<SCPreferencesRef>;
+namespace fs = std::filesystem;
 
 Prefs Open() { return Prefs(SCPreferencesCreate(kCFAllocatorDefault, CFSTR("test"), nil)); }
 
@@ -39,7 +44,7 @@ CFRef<CFMutableDictionaryRef> Entity(CFStringRef key, CFStringRef value) {
 
 std::size_t Lines(const std::string& text) { return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')); }
 
-struct stat Stat(const std::filesystem::path& file) {
+struct stat Stat(const fs::path& file) {
     struct stat info {};
     EXPECT_EQ(::stat(file.c_str(), &info), 0) << file;
     return info;
@@ -71,18 +76,14 @@ class SCPreferencesTest : public ::testing::Test {
 protected:
     TempRoot root;
     Watchdog watchdog{"a preferences store test", 10};
+    fs::path folder() const { return root.storePath().parent_path(); }
 };
 
-// The running system is handed XML, whatever the store's own format.
-TEST_F(SCPreferencesTest, BinaryStoreIsSavedAsBinaryAndAppliedAsXML) {
-    auto file = root.installStore("ios-binary.plist");
-    Prefs prefs = Open();
-    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/Extra/Entity"), Entity(CFSTR("k"), CFSTR("v")).get()));
-    ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
-    EXPECT_EQ(TempRoot::ReadFile(file).rfind("bplist00", 0), 0u);
-    ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
-    EXPECT_EQ(AppliedText(root).rfind("<?xml", 0), 0u);
-    EXPECT_NE(AppliedText(root).find("<key>Extra</key>"), std::string::npos);
+// A sparse file of the given size under the store's name: nothing to read.
+void SparseStore(const fs::path& store, off_t size) {
+    int fd = ::open(store.c_str(), O_WRONLY | O_CREAT, 0644);
+    ASSERT_EQ(::ftruncate(fd, size), 0);
+    ::close(fd);
 }
 
 TEST_F(SCPreferencesTest, MissingStoreIsEmptyAndFirstSaveMakesFoldersAndXML) {
@@ -97,27 +98,50 @@ TEST_F(SCPreferencesTest, MissingStoreIsEmptyAndFirstSaveMakesFoldersAndXML) {
     EXPECT_EQ(Stat(root.storePath()).st_mode & 07777, 0644u);
 }
 
-// What the store cannot read is refused, named in one line and left alone.
-TEST_F(SCPreferencesTest, BrokenStoresAreRefusedNamedAndLeftAlone) {
-    for (const std::string& bytes : {std::string(), std::string("<plist version=\"1.0\"><array/></plist>")}) {
-        auto file = root.writeStore(bytes);
+// What the store cannot use is refused, with its status and one line naming
+// the file and the fault. What is not a regular file of a sane size is
+// refused before it is read; an unreadable file is an access error, for the
+// super-user too.
+TEST_F(SCPreferencesTest, UnusableStoresAreRefusedInOneLine) {
+    const fs::path store = root.storePath();
+    const struct {
+        const char* what;
+        std::function<void()> make;
+        int status;
+        std::string fault;
+    } cases[] = {
+        {"an empty file", [&] { root.writeStore(""); }, kSCStatusFailed, "empty file"},
+        {"an array", [&] { root.writeStore("<plist version=\"1.0\"><array/></plist>"); }, kSCStatusFailed,
+         "root is not a dictionary"},
+        {"an unreadable file", [&] { fs::permissions(root.writeStore("<plist><dict/></plist>"), fs::perms::none); },
+         kSCStatusAccessError, "Permission denied"},
+        {"a FIFO", [&] { ASSERT_EQ(::mkfifo(store.c_str(), 0644), 0); }, kSCStatusFailed, "not a regular file but a FIFO"},
+        {"a link to /dev/zero", [&] { fs::create_symlink("/dev/zero", store); }, kSCStatusFailed,
+         "not a regular file but a device"},
+        {"a folder", [&] { fs::create_directory(store); }, kSCStatusFailed, "not a regular file but a folder"},
+        {"a file one byte over the limit", [&] { SparseStore(store, kSCPreferencesMaxFileSize + 1); }, kSCStatusFailed,
+         "larger than the limit of 67108864 bytes"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        fs::create_directories(folder());
+        c.make();
+        auto started = std::chrono::steady_clock::now();
+        PermissionsBind bind;
         StderrCapture said;
         EXPECT_FALSE(Open());
-        EXPECT_EQ(SCError(), kSCStatusFailed);
+        EXPECT_EQ(SCError(), c.status);
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5));
+        EXPECT_EQ(said.text().rfind("SCPreferences: cannot read " + store.string() + ": ", 0), 0u) << said.text();
+        EXPECT_NE(said.text().find(c.fault), std::string::npos) << said.text();
         EXPECT_EQ(Lines(said.text()), 1u) << said.text();
-        EXPECT_NE(said.text().find(file.string()), std::string::npos) << said.text();
-        EXPECT_EQ(TempRoot::ReadFile(file), bytes);
+        fs::remove(store);
     }
-}
-
-TEST_F(SCPreferencesTest, UnreadableStoreIsAnAccessError) {
-    auto file = root.writeStore("<plist><dict/></plist>");
-    std::filesystem::permissions(file, std::filesystem::perms::none);
-    PermissionsBind bind;
+    // A file of exactly the limit is read (and here refused for its contents).
+    SparseStore(store, kSCPreferencesMaxFileSize);
     StderrCapture said;
     EXPECT_FALSE(Open());
-    EXPECT_EQ(SCError(), kSCStatusAccessError);
-    EXPECT_NE(said.text().find(file.string()), std::string::npos) << said.text();
+    EXPECT_EQ(said.text().find("larger than"), std::string::npos);
 }
 
 // Steps on one store handle, each with the status it must leave; a step
@@ -130,61 +154,72 @@ void ExpectSteps(const Steps& steps) {
     }
 }
 
-TEST_F(SCPreferencesTest, PathsReportMissingInvalidAndNonDictionaryNodes) {
-    Prefs prefs = Open();
-    auto entity = Entity(CFSTR("HTTPProxy"), CFSTR("proxy"));
-    auto get = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathGetValue(prefs.get(), path) != nil; }; };
-    auto set = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), path, entity.get()); }; };
-    auto remove = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), path); }; };
-    ExpectSteps({
-        {set(CFSTR("/NetworkServices/1/Proxies")), kSCStatusOK},
-        {get(CFSTR("/NetworkServices/1/Proxies")), kSCStatusOK},
-        {get(CFSTR("/NetworkServices/2")), kSCStatusNoKey},
-        {get(CFSTR("/NetworkServices/1/Proxies/HTTPProxy")), kSCStatusNoKey},  // a string, not a dictionary
-        {get(CFSTR("/NetworkServices/1/Proxies/HTTPProxy/deeper")), kSCStatusNoKey},
-        {get(CFSTR("NetworkServices/1")), kSCStatusInvalidArgument},
-        {get(CFSTR("")), kSCStatusInvalidArgument},
-        {[&] { return SCPreferencesGetValue(prefs.get(), CFSTR("Sets")) != nil; }, kSCStatusNoKey},
-        {remove(CFSTR("/NetworkServices/2")), kSCStatusNoKey},
-        {set(CFSTR("relative")), kSCStatusInvalidArgument},
-        {set(CFSTR("/NetworkServices/1/Proxies/HTTPProxy/x")), kSCStatusFailed},  // no dictionary made over a string
-        {remove(CFSTR("/NetworkServices/1/Proxies")), kSCStatusOK},
-        {get(CFSTR("/NetworkServices/1/Proxies")), kSCStatusNoKey},
-    });
-}
-
-// Links are followed by lookups and by all but the last component of a
-// write; a cycle ends with the link-count status.
-TEST_F(SCPreferencesTest, LinksAreFollowedButNotForever) {
-    Prefs prefs = Open();
-    auto proxies = Entity(CFSTR("HTTPProxy"), CFSTR("proxy"));
-    auto link = [&](CFStringRef path, CFStringRef target) {
-        return [&, path, target] { return SCPreferencesPathSetLink(prefs.get(), path, target); };
-    };
-    auto get = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathGetValue(prefs.get(), path) != nil; }; };
-    auto set = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), path, proxies.get()); }; };
-    auto remove = [&](CFStringRef path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), path); }; };
-    ExpectSteps({
-        {set(CFSTR("/NetworkServices/7/Proxies")), kSCStatusOK},
-        {link(CFSTR("/Sets/0/Network/Service/7"), CFSTR("/NetworkServices/7")), kSCStatusOK},
-        {link(CFSTR("/Alias"), CFSTR("/Sets/0/Network/Service/7")), kSCStatusOK},
-        {[&] { return CFEqual(SCPreferencesPathGetLink(prefs.get(), CFSTR("/Alias")), CFSTR("/Sets/0/Network/Service/7")); },
-         kSCStatusOK},
-        {[&] { return SCPreferencesPathGetLink(prefs.get(), CFSTR("/NetworkServices/7")) != nil; }, kSCStatusNoKey},
-        {get(CFSTR("/Alias/Proxies")), kSCStatusOK},  // a link to a link
-        {set(CFSTR("/Sets/0/Network/Service/7/IPv4")), kSCStatusOK},
-        {get(CFSTR("/NetworkServices/7/IPv4")), kSCStatusOK},  // the write landed in the service
-        {remove(CFSTR("/Sets/0/Network/Service/7")), kSCStatusOK},
-        {get(CFSTR("/NetworkServices/7/Proxies")), kSCStatusOK},  // only the link went
-        {get(CFSTR("/Alias")), kSCStatusNoKey},
-        {link(CFSTR("/A"), CFSTR("/B")), kSCStatusOK},
-        {link(CFSTR("/B"), CFSTR("/A")), kSCStatusOK},
-        {link(CFSTR("/Self"), CFSTR("/Self/x")), kSCStatusOK},
-        {get(CFSTR("/A")), kSCStatusMaxLink},
-        {get(CFSTR("/Self")), kSCStatusMaxLink},
-        {set(CFSTR("/A/x")), kSCStatusMaxLink},
-        {remove(CFSTR("/B/x")), kSCStatusMaxLink},
-    });
+// Lookups report missing, invalid and non-dictionary nodes; links are
+// followed by lookups and by all but the last component of a write, and a
+// cycle ends with the link-count status. Paths of one-byte text are walked
+// without making strings, others by the general walk: every step runs with
+// plain keys and again with every key ending in "€", with the same results.
+TEST_F(SCPreferencesTest, PathsAndLinksWalkAlikeInOneByteAndWideText) {
+    for (const char* suffix : {"", "\xE2\x82\xAC"}) {
+        SCOPED_TRACE(*suffix ? "wide" : "one-byte");
+        auto P = [&](const std::string& plain) {
+            std::string text;
+            for (std::size_t i = 0; i < plain.size(); ++i) {
+                text += plain[i];
+                if (plain[i] != '/' && (i + 1 == plain.size() || plain[i + 1] == '/')) text += suffix;
+            }
+            return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+        };
+        Prefs prefs = Open();
+        auto entity = Entity(P("HTTPProxy").get(), P("proxy").get());
+        auto relative = Entity(CFSTR("__LINK__"), P("NetworkServices/7").get());
+        auto get = [&](const char* path) { return [&, path] { return SCPreferencesPathGetValue(prefs.get(), P(path).get()) != nil; }; };
+        auto getLink = [&](const char* path) { return [&, path] { return SCPreferencesPathGetLink(prefs.get(), P(path).get()) != nil; }; };
+        auto set = [&](const char* path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), P(path).get(), entity.get()); }; };
+        auto remove = [&](const char* path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), P(path).get()); }; };
+        auto link = [&](const char* path, const char* target) {
+            return [&, path, target] { return SCPreferencesPathSetLink(prefs.get(), P(path).get(), P(target).get()); };
+        };
+        ExpectSteps({
+            {set("/NetworkServices/7/Proxies"), kSCStatusOK},
+            {get("//NetworkServices///7/Proxies/"), kSCStatusOK},
+            {get("/NetworkServices/8"), kSCStatusNoKey},
+            {get("/NetworkServices/7/Proxies/HTTPProxy"), kSCStatusNoKey},  // a string, not a dictionary
+            {get("/NetworkServices/7/Proxies/HTTPProxy/deeper"), kSCStatusNoKey},
+            {get("NetworkServices/7"), kSCStatusInvalidArgument},
+            {getLink("NetworkServices/7"), kSCStatusInvalidArgument},
+            {get(""), kSCStatusInvalidArgument},
+            {[&] { return SCPreferencesGetValue(prefs.get(), P("Sets").get()) != nil; }, kSCStatusNoKey},
+            {remove("/NetworkServices/8"), kSCStatusNoKey},
+            {set("relative"), kSCStatusInvalidArgument},
+            {set("/NetworkServices/7/Proxies/HTTPProxy/x"), kSCStatusFailed},  // no dictionary made over a string
+            {link("/Sets/0/Network/Service/7", "/NetworkServices/7"), kSCStatusOK},
+            {link("/Alias", "/Sets/0/Network/Service/7"), kSCStatusOK},
+            {[&] { return CFEqual(SCPreferencesPathGetLink(prefs.get(), P("/Alias").get()), P("/Sets/0/Network/Service/7").get()); },
+             kSCStatusOK},
+            {getLink("/NetworkServices/7"), kSCStatusNoKey},
+            {getLink("/Alias/Proxies"), kSCStatusNoKey},
+            {[&] { return CFEqual(SCPreferencesPathGetValue(prefs.get(), P("/Alias/Proxies").get()), entity.get()); },
+             kSCStatusOK},  // a link to a link
+            {set("/Sets/0/Network/Service/7/IPv4"), kSCStatusOK},
+            {get("/NetworkServices/7/IPv4"), kSCStatusOK},  // the write landed in the service
+            {[&] { return SCPreferencesPathSetValue(prefs.get(), P("/Relative").get(), relative.get()); }, kSCStatusOK},
+            {get("/Relative/Proxies"), kSCStatusNoKey},  // a link's target is a whole path
+            {remove("/Sets/0/Network/Service/7"), kSCStatusOK},
+            {get("/NetworkServices/7/Proxies"), kSCStatusOK},  // only the link went
+            {get("/Alias"), kSCStatusNoKey},
+            {link("/A", "/B"), kSCStatusOK},
+            {link("/B", "/A"), kSCStatusOK},
+            {link("/Self", "/Self/x"), kSCStatusOK},
+            {get("/A"), kSCStatusMaxLink},
+            {get("/Self"), kSCStatusMaxLink},
+            {getLink("/A/x"), kSCStatusMaxLink},
+            {set("/A/x"), kSCStatusMaxLink},
+            {remove("/B/x"), kSCStatusMaxLink},
+            {remove("/NetworkServices/7/Proxies"), kSCStatusOK},
+            {get("/NetworkServices/7/Proxies"), kSCStatusNoKey},
+        });
+    }
 }
 
 TEST_F(SCPreferencesTest, ValuesNeverChangeUnderTheirHolders) {
@@ -271,37 +306,27 @@ TEST_F(SCPreferencesTest, SaveAfterAnotherProgramsChangeIsRefusedAsStale) {
     }
 }
 
-TEST_F(SCPreferencesTest, SaveWithoutChangesLeavesTheFileUntouched) {
-    auto file = root.installStore("macbook-air-http-proxy-ppp.plist");
-    auto before = Stat(file);
-    Prefs prefs = Open();
-    ASSERT_TRUE(prefs);
-    // Writing back what is already there is no change.
-    auto same = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices")));
-    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices"), same.get()));
-    EXPECT_TRUE(SCPreferencesCommitChanges(prefs.get()));
-    auto after = Stat(file);
-    EXPECT_TRUE(after.st_ino == before.st_ino && after.st_mtim.tv_sec == before.st_mtim.tv_sec &&
-                after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
-    EXPECT_FALSE(std::filesystem::exists(file.string() + ".lock"));
-}
-
-TEST_F(SCPreferencesTest, SaveKeepsTheModeAndApplyRecordsTheSavedState) {
-    auto file = root.installStore("imac-ethernet-pac.plist");
-    std::filesystem::permissions(file, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+// A save keeps the file's format and mode; an apply hands the running
+// system the committed state, as XML whatever the store's format.
+TEST_F(SCPreferencesTest, SaveKeepsFormatAndModeAndApplyRecordsTheCommittedStateAsXML) {
+    auto file = root.installStore("ios-binary.plist");
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     Prefs prefs = Open();
     ASSERT_TRUE(prefs);
     SCPreferencesSetValue(prefs.get(), CFSTR("Committed"), CFSTR("yes"));
     ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+    EXPECT_EQ(TempRoot::ReadFile(file).rfind("bplist00", 0), 0u);
     EXPECT_EQ(Stat(file).st_mode & 07777, 0600u);
 
     SCPreferencesSetValue(prefs.get(), CFSTR("NotCommitted"), CFSTR("yes"));
     ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
-    EXPECT_NE(AppliedText(root).find("<key>Committed</key>"), std::string::npos);
-    EXPECT_EQ(AppliedText(root).find("<key>NotCommitted</key>"), std::string::npos);
+    std::string applied = AppliedText(root);
+    EXPECT_EQ(applied.rfind("<?xml", 0), 0u);
+    EXPECT_NE(applied.find("<key>Committed</key>"), std::string::npos);
+    EXPECT_EQ(applied.find("<key>NotCommitted</key>"), std::string::npos);
 
     // A run-time folder that cannot be made: apply fails and says why.
-    std::filesystem::remove_all(root.path() / "var");
+    fs::remove_all(root.path() / "var");
     root.write("/var/run", "a file where a folder belongs");
     StderrCapture said;
     EXPECT_FALSE(SCPreferencesApplyChanges(prefs.get()));
@@ -335,6 +360,81 @@ TEST_F(SCPreferencesTest, InterruptedSaveLeavesTheOldFileWhole) {
     Prefs again = Open();
     ASSERT_TRUE(again);
     EXPECT_NE(SCPreferencesGetValue(again.get(), CFSTR("Saved")), nullptr);
+}
+
+TEST_F(SCPreferencesTest, TheLastSaveIsReusedOnlyWhileTheFileIsAsWritten) {
+    root.installStore("imac-ethernet-pac.plist");
+    Prefs first = Open();
+    ASSERT_TRUE(SCPreferencesSetValue(first.get(), CFSTR("Model"), CFSTR("saved")));
+    ASSERT_TRUE(SCPreferencesCommitChanges(first.get()));
+    CFTypeRef savedSets = SCPreferencesGetValue(first.get(), CFSTR("Sets"));
+    first.reset();
+
+    // Not read again: the very objects of the save come back.
+    Prefs second = Open();
+    EXPECT_EQ(SCPreferencesGetValue(second.get(), CFSTR("Sets")), savedSets);
+    // Changes through one handle never reach the tree another one holds.
+    ASSERT_TRUE(SCPreferencesSetValue(second.get(), CFSTR("Model"), CFSTR("unsaved")));
+    EXPECT_TRUE(CFEqual(SCPreferencesGetValue(Open().get(), CFSTR("Model")), CFSTR("saved")));
+
+    // Another program rewrites the file with the same size in place: the
+    // next handle reads the new contents, and the older ones are stale.
+    std::string changed = TempRoot::ReadFile(root.storePath());
+    changed.replace(changed.find("<string>saved</string>"), 22, "<string>other</string>");
+    int fd = ::open(root.storePath().c_str(), O_WRONLY);
+    ASSERT_EQ(::pwrite(fd, changed.data(), changed.size(), 0), static_cast<ssize_t>(changed.size()));
+    timespec later[2] = {{0, UTIME_OMIT}, {2000000000, 0}};
+    ::futimens(fd, later);
+    ::close(fd);
+    Prefs fourth = Open();
+    EXPECT_TRUE(CFEqual(SCPreferencesGetValue(fourth.get(), CFSTR("Model")), CFSTR("other")));
+    StderrCapture said;
+    EXPECT_FALSE(SCPreferencesCommitChanges(second.get()));
+    EXPECT_EQ(SCError(), kSCStatusStale);
+    EXPECT_NE(said.text().find("changed on disk"), std::string::npos);
+
+    // Only touched, with its bytes the same: not a change.
+    timespec touched[2] = {{0, UTIME_OMIT}, {2100000000, 0}};
+    ::utimensat(AT_FDCWD, root.storePath().c_str(), touched, 0);
+    ASSERT_TRUE(SCPreferencesSetValue(fourth.get(), CFSTR("Model"), CFSTR("fourth")));
+    EXPECT_TRUE(SCPreferencesCommitChanges(fourth.get()));
+}
+
+TEST_F(SCPreferencesTest, OnlyASaveThatWritesClearsCrashedSavesLeftoversAndNothingElse) {
+    root.installStore("imac-ethernet-pac.plist");
+    const char* leftovers[] = {".preferences.plist.a1B2c3", ".preferences.plist.XXXXXX"};
+    const char* others[] = {
+        ".preferences.plist.a1B2c",   // five characters
+        ".preferences.plist.a1B2c3d",  // seven
+        ".preferences.plist.a1-2c3",  // not a letter or digit
+        "preferences.plist.a1B2c3",   // not hidden
+        ".other.plist.a1B2c3",        // another store's
+        ".preferences.plist.lock00",  // a folder of that name, below
+        ".preferences.plist.link00",  // a link of that name, below
+    };
+    for (const char* name : leftovers) root.write("/Library/Preferences/SystemConfiguration/" + std::string(name), "x");
+    for (const std::string name : others) {
+        if (name.ends_with("lock00")) fs::create_directory(folder() / name);
+        else if (name.ends_with("link00")) fs::create_symlink(folder() / leftovers[0], folder() / name);
+        else root.write("/Library/Preferences/SystemConfiguration/" + name, "x");
+    }
+    auto before = Stat(root.storePath());
+    Prefs prefs = Open();
+    ASSERT_TRUE(prefs);
+    // A commit with nothing to write (writing back what is already there is
+    // no change) takes no lock and leaves all alone.
+    auto same = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices")));
+    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices"), same.get()));
+    ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+    auto after = Stat(root.storePath());
+    EXPECT_TRUE(after.st_ino == before.st_ino && after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
+    EXPECT_FALSE(fs::exists(root.storePath().string() + ".lock"));
+    for (const char* name : leftovers) EXPECT_TRUE(fs::exists(folder() / name)) << name;
+
+    ASSERT_TRUE(SCPreferencesSetValue(prefs.get(), CFSTR("Model"), CFSTR("x")));
+    ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+    for (const char* name : leftovers) EXPECT_FALSE(fs::exists(folder() / name)) << name;
+    for (const char* name : others) EXPECT_TRUE(fs::exists(fs::symlink_status(folder() / name))) << name;
 }
 
 }  // namespace
