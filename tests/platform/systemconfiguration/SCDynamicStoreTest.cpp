@@ -18,6 +18,7 @@
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "support/CFText.h"
+#include "support/StderrCapture.h"
 #include "support/TempRoot.h"
 
 namespace {
@@ -88,10 +89,7 @@ TEST_F(SCDynamicStoreTest, CurrentSetsActiveEntitiesAreListedByWholeKeyPatternsI
     ASSERT_TRUE(store);
     EXPECT_EQ(SCDynamicStoreGetGenerationForTesting(store.get()), 0);  // nothing applied yet: the store on disk
 
-    const struct {
-        const char* pattern;
-        Strings keys;
-    } rows[] = {
+    const struct { const char* pattern; Strings keys; } rows[] = {
         {"Setup:.*", {"Setup:/Network/Global/IPv4", "Setup:/Network/Service/S1/DNS", "Setup:/Network/Service/S1/IPv4",
                       "Setup:/Network/Service/S3/IPv4"}},
         {"Setup:/Network/Service/[^/]+/IPv4", {"Setup:/Network/Service/S1/IPv4", "Setup:/Network/Service/S3/IPv4"}},
@@ -102,12 +100,12 @@ TEST_F(SCDynamicStoreTest, CurrentSetsActiveEntitiesAreListedByWholeKeyPatternsI
     for (const auto& row : rows) EXPECT_EQ(Keys(store.get(), row.pattern), row.keys) << row.pattern;
     EXPECT_EQ(Method(store.get(), "S3"), "Manual");
 
-    testing::internal::CaptureStderr();
+    StderrCapture report;
     EXPECT_EQ(Method(store.get(), "S2"), "(none)");
     EXPECT_EQ(SCError(), kSCStatusNoKey);
     EXPECT_EQ(Keys(store.get(), "Setup:(["), Strings{"(failed)"});
     EXPECT_EQ(SCError(), kSCStatusInvalidArgument);
-    EXPECT_EQ(testing::internal::GetCapturedStderr().rfind("SCDynamicStore: bad key pattern \"Setup:([\": ", 0), 0u);
+    EXPECT_EQ(report.text().rfind("SCDynamicStore: bad key pattern \"Setup:([\": ", 0), 0u);
 }
 
 TEST_F(SCDynamicStoreTest, EachCommittedApplyOfTheSystemStoreIsSeenAtOnceWithTheNextGeneration) {
@@ -163,10 +161,10 @@ TEST_F(SCDynamicStoreTest, UnreadableStateFailsWithOneLineAndIsNeverOverwritten)
         std::filesystem::remove(PublishedFile());
         if (published != nullptr) root.write("/var/run/SystemConfiguration/preferences.plist", published);
         root.writeStore(preferences);
-        testing::internal::CaptureStderr();
+        StderrCapture report;
         EXPECT_FALSE(OpenStore());
         EXPECT_EQ(SCError(), kSCStatusFailed);
-        std::string complaint = testing::internal::GetCapturedStderr();
+        const std::string& complaint = report.text();
         EXPECT_EQ(complaint.rfind("SCDynamicStore: cannot read " + root.path().string(), 0), 0u) << complaint;
         EXPECT_EQ(std::count(complaint.begin(), complaint.end(), '\n'), 1) << complaint;
     }
@@ -178,10 +176,10 @@ TEST_F(SCDynamicStoreTest, UnreadableStateFailsWithOneLineAndIsNeverOverwritten)
     Store store = OpenStore();
     ASSERT_TRUE(store);
     ASSERT_EQ(::mkfifo(PublishedFile().c_str(), 0644), 0);
-    testing::internal::CaptureStderr();
+    StderrCapture report;
     EXPECT_EQ(Method(store.get(), "S1"), "(none)");
     EXPECT_EQ(SCError(), kSCStatusFailed);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("not a regular file"), std::string::npos);
+    EXPECT_NE(report.text().find("not a regular file"), std::string::npos);
 }
 
 }  // namespace
