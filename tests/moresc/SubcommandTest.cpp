@@ -66,6 +66,7 @@ struct Case {
     std::vector<std::vector<std::string>> made = {};
     std::vector<std::string> listing = {};
     std::string listed = "";
+    const char* registry = nullptr;  // the registry's text instead of the four ports; "": no ports
 };
 
 void PrintTo(const Case& row, std::ostream* os) { *os << row.label; }
@@ -181,6 +182,11 @@ const Case kCases[] = {
      kFirstID + "\tinactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" +
          kThirdID + "\tinactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tinactive\ten1\tAirPort\n"},
     {"DHCPReleaseEndsAsItBegan", kIMac, {"dhcp-release", "Ethernet"}, 0, "", "", [](Root) {}},
+    {"NewDialupSetWithoutModems", kSets, {"new-dialup-set", "Dial"}, 1, "",
+     "new-dialup-set: no network port is a modem", nullptr, "", {}, {}, "", ""},
+    {"PortsOfUnreadableRegistry", kSets, {"ports"}, 1, "",
+     "ports: MoreSCCreatePortArray failed with status -536870212 (kIOReturnError)", nullptr, "", {}, {}, "",
+     "not a registry"},
 };
 
 class MorescSubcommandTest : public testing::TestWithParam<Case> {};
@@ -189,8 +195,10 @@ TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
     const Case& row = GetParam();
     TempRoot root;
     RegistrySnapshot registry;
-    registry.AddBuiltInEthernet(), registry.AddAirPort(), registry.AddInternalModem(), registry.AddUSBModem("");
+    if (!row.registry)
+        registry.AddBuiltInEthernet(), registry.AddAirPort(), registry.AddInternalModem(), registry.AddUSBModem("");
     registry.Install(root);
+    if (row.registry && *row.registry) root.write("/registry.plist", row.registry);
     std::string before = row.store == std::string(kNone) ? "" : StoreText(row.store);
     if (row.store != std::string(kNone)) root.writeStore(before);
 
@@ -223,35 +231,6 @@ TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
 
 INSTANTIATE_TEST_SUITE_P(Stores, MorescSubcommandTest, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<Case>& info) { return std::string(info.param.label); });
-
-// Registries without a modem, or that cannot be read: the subcommands fail
-// and leave the store alone.
-TEST(MorescRegistryTest, MissingOrUnreadablePorts) {
-    const struct {
-        const char* registry;  // "": no ports; otherwise the snapshot's text
-        std::vector<std::string> args;
-        std::string message;
-    } rows[] = {
-        {"", {"new-dialup-set", "Dial"}, "moresc: new-dialup-set: no network port is a modem"},
-        {"not a registry", {"ports"},
-         "moresc: ports: MoreSCCreatePortArray failed with status -536870212 (kIOReturnError)"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.args[0] + " " + row.registry);
-        TempRoot root;
-        std::string before = StoreText(kSets);
-        root.writeStore(before);
-        RegistrySnapshot registry;
-        registry.Install(root);
-        if (row.registry[0] != '\0') root.write("/registry.plist", row.registry);
-
-        ProgramRun run = RunMoresc(root, row.args);
-        EXPECT_EQ(run.exitStatus, 1);
-        EXPECT_EQ(run.out, "");
-        EXPECT_NE(run.err.find(row.message), std::string::npos) << run.err;
-        EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
-    }
-}
 
 // A DHCP release hands the system two configurations, one after the other.
 TEST(MorescDHCPTest, ReleaseAppliesTwice) {
