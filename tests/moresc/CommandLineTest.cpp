@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "moresc/MorescHarness.h"
+#include "support/ProgramHarness.h"
 
 namespace {
 
@@ -12,13 +12,13 @@ namespace {
 // up to an empty line; each of them has help of its own.
 TEST(MorescCommandLineTest, EverySubcommandListedHasItsOwnHelp) {
     TempRoot root;
-    MorescRun help = RunMoresc(root, {"--help"});
+    ProgramRun help = RunMoresc(root, {"--help"});
     EXPECT_EQ(help.exitStatus, 0);
     std::istringstream lines(help.out.substr(help.out.find("Subcommands:\n") + 13));
     int listed = 0;
     for (std::string line; std::getline(lines, line) && !line.empty(); ++listed) {
         std::string name = line.substr(2, line.find(' ', 2) - 2);
-        MorescRun own = RunMoresc(root, {name, "--help"});
+        ProgramRun own = RunMoresc(root, {name, "--help"});
         EXPECT_EQ(own.exitStatus, 0);
         EXPECT_TRUE(own.out.starts_with("Usage: moresc " + name)) << own.out;
     }
@@ -48,7 +48,7 @@ TEST(MorescCommandLineTest, BadCommandLinesTouchNothing) {
         SCOPED_TRACE(row.message);
         TempRoot root;
         root.writeStore("");
-        MorescRun run = RunMoresc(root, row.args);
+        ProgramRun run = RunMoresc(root, row.args);
         EXPECT_EQ(run.exitStatus, row.exitStatus);
         EXPECT_EQ(run.out, "");
         EXPECT_TRUE(run.err.starts_with(row.message)) << run.err;
@@ -58,7 +58,7 @@ TEST(MorescCommandLineTest, BadCommandLinesTouchNothing) {
 
 TEST(MorescCommandLineTest, DoubleDashEndsTheOptions) {
     TempRoot root;
-    MorescRun run = RunMoresc(root, {"switch-set", "--", "--help"});
+    ProgramRun run = RunMoresc(root, {"switch-set", "--", "--help"});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_EQ(run.err, "moresc: switch-set: no set has the ID or name \"--help\"\n");
 }
@@ -66,7 +66,7 @@ TEST(MorescCommandLineTest, DoubleDashEndsTheOptions) {
 TEST(MorescCommandLineTest, FailedWriteOfStandardOutputIsAFailure) {
     TempRoot root;
     root.installStore("imac-ethernet-pac.plist");
-    MorescRun run = RunMoresc(root, {"sets"}, "", "/dev/full");
+    ProgramRun run = RunMoresc(root, {"sets"}, "", "/dev/full");
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_EQ(run.err, "moresc: standard output: No space left on device\n");
 }

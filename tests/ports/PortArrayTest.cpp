@@ -34,20 +34,18 @@ struct Listing {
     CFRef<CFArrayRef> ports;
     std::string errors;  // standard error
 
-    CFDictionaryRef port(CFIndex i) const {
-        return static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(ports.get(), i));
+    std::vector<CFDictionaryRef> all() const {
+        std::vector<CFDictionaryRef> list(ports ? CFArrayGetCount(ports.get()) : 0);
+        if (ports) CFArrayGetValues(ports.get(), CFRangeMake(0, CFIndex(list.size())), reinterpret_cast<const void**>(list.data()));
+        return list;
     }
-    CFIndex count() const { return ports ? CFArrayGetCount(ports.get()) : 0; }
-
     // Per port, the values of keys it has, joined by spaces.
     Texts Column(std::initializer_list<const char*> keys) const {
         Texts rows;
-        for (CFIndex i = 0; i < count(); ++i) {
+        for (CFDictionaryRef port : all()) {
             std::string row;
-            for (const char* key : keys) {
-                std::string value = Value(port(i), key);
-                if (value != "-") row += (row.empty() ? "" : " ") + value;
-            }
+            for (const char* key : keys)
+                if (std::string value = Value(port, key); value != "-") row += (row.empty() ? "" : " ") + value;
             rows.push_back(row);
         }
         return rows;
@@ -97,7 +95,7 @@ TEST(PortArray, EthernetAirPortAndInternalModemGiveTheirDictionariesInKindOrder)
                       "AirPort AirPort Ethernet en1 00:30:65:01:02:03 7"};
     EXPECT_EQ(expected, listing.Column({"UserDefinedName", "Hardware", "Type", "SubType", "DeviceName", "MACAddress",
                                         "HardwareVariant", "SortOrder"}));
-    for (CFIndex i = 0; i < listing.count(); ++i) EXPECT_EQ(6, CFDictionaryGetCount(listing.port(i)));  // nothing else
+    for (CFDictionaryRef port : listing.all()) EXPECT_EQ(6, CFDictionaryGetCount(port));  // nothing else
 }
 
 TEST(PortArray, EveryKindSortsInItsPlaceThenByLocalisedName) {

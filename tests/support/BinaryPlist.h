@@ -19,7 +19,6 @@ public:
         }
         return add(bytes);
     }
-    int integer(uint8_t value) { return add(std::string{'\x10', static_cast<char>(value)}); }
     int array(const std::vector<int>& refs) { return add(Marker(0xA0, refs.size()), refs); }
     int dict(const std::vector<int>& keys, const std::vector<int>& values) {
         std::vector<int> refs = keys;

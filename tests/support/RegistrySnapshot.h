@@ -122,15 +122,11 @@ public:
         return port;
     }
 
-    std::string Encode(PropertyListFormat format = PropertyListFormat::XML) const {
-        std::string bytes, fault;
-        PropertyListEncodeFileBytes(root_.ToDictionary().get(), format, &bytes, &fault);
-        return bytes;
-    }
-
     // Writes the snapshot under root and makes it the registry.
     std::string Install(const TempRoot& root, PropertyListFormat format = PropertyListFormat::XML) {
-        std::string path = root.write("/registry.plist", Encode(format)).string();
+        std::string bytes, fault;
+        PropertyListEncodeFileBytes(root_.ToDictionary().get(), format, &bytes, &fault);
+        std::string path = root.write("/registry.plist", bytes).string();
         ::setenv("TARNWICK_IOREG", path.c_str(), 1);
         installed_ = true;
         return path;

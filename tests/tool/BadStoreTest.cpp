@@ -1,56 +1,64 @@
 // Stores that break the expected layout, files that are no store, and no
-// store at all: the tool never crashes, never damages or creates the file,
-// passes over what it cannot read and exits with 0.
+// store at all: the tool never crashes, hangs, damages or creates the file,
+// passes over what it cannot read and exits with 0. What the store layer
+// refuses is reported in one line naming the file and the fault.
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <functional>
 #include <optional>
 
-#include "tool/ToolHarness.h"
+#include "support/ProgramHarness.h"
 
 namespace {
 
-// One service that every changing command would change.
-Node GoodStore() {
-    return MakeStore({{"A", Dict({{"HTTPEnable", Int(1)}, {"HTTPProxy", Str("proxy.example.com")},
-                                  {"ProxyAutoConfigEnable", Int(0)},
-                                  {"ProxyAutoConfigURLString", Str("http://old.example.com/p.pac")}})}});
+const std::vector<std::string> kNetwork = {"Sets", "S", "Network"};
+std::vector<std::string> Under(std::vector<std::string> path, const std::vector<std::string>& more) {
+    path.insert(path.end(), more.begin(), more.end());
+    return path;
 }
 
-Node& SetOf(Node& store) { return store["Sets"]["S"]; }
+std::string Broken(const std::vector<std::string>& path, const Value& value) {
+    Value store = ProxyOnStore();
+    Put(store, path, value);
+    return Encoded(store);
+}
 
-Node Broken(const std::function<void(Node&)>& breakStore) {
-    Node store = GoodStore();
-    breakStore(store);
-    return store;
+std::string DeepArrays(int levels) {
+    std::string open, close;
+    for (int i = 0; i < levels; ++i) open += "<array>", close += "</array>";
+    return "<plist version=\"1.0\">" + open + close + "</plist>\n";
 }
 
 TEST(BadStoreTest, NothingIsDoneWithAStoreTheToolCannotUse) {
+    const std::string kFIFO = "(a FIFO)";
     struct Row {
         const char* what;
         std::optional<std::string> file;  // none: no store at all
-        bool reported = false;            // the tool names the file on standard error
+        const char* fault = nullptr;      // what the report on standard error says
     } rows[] = {
-        {"no CurrentSet", Broken([](Node& s) { s.erase("CurrentSet"); }).File()},
-        {"CurrentSet names a missing set", Broken([](Node& s) { s["CurrentSet"] = Str("/Sets/Missing"); }).File()},
-        {"CurrentSet is not a string", Broken([](Node& s) { s["CurrentSet"] = Int(0); }).File()},
-        {"CurrentSet is not a set path", Broken([](Node& s) { s["CurrentSet"] = Str("S"); }).File()},
-        {"Sets is an array", Broken([](Node& s) { s["Sets"] = Array({Str("S")}); }).File()},
-        {"no ServiceOrder", Broken([](Node& s) { SetOf(s)["Network"]["Global"]["IPv4"].erase("ServiceOrder"); }).File()},
-        {"no global IPv4", Broken([](Node& s) { SetOf(s)["Network"]["Global"] = Dict(); }).File()},
-        {"ServiceOrder is a string",
-         Broken([](Node& s) { SetOf(s)["Network"]["Global"]["IPv4"]["ServiceOrder"] = Str("A"); }).File()},
-        {"link to a missing service", Broken([](Node& s) { s["NetworkServices"] = Dict(); }).File()},
-        {"service is a string", Broken([](Node& s) { s["NetworkServices"]["A"] = Str("A"); }).File()},
-        {"Proxies is a string", Broken([](Node& s) { ProxiesOf(s, "A") = Str("proxy"); }).File()},
-        {"Proxies is an array", Broken([](Node& s) { ProxiesOf(s, "A") = Array(); }).File()},
-        {"link is not a link", Broken([](Node& s) { SetOf(s)["Network"]["Service"]["A"] = Dict(); }).File()},
-        {"Service is missing", Broken([](Node& s) { SetOf(s)["Network"].erase("Service"); }).File()},
-        {"not a property list", "this is not a property list\n", true},
-        {"truncated XML", GoodStore().File().substr(0, 300), true},
-        {"root is an array", Array({Str("A")}).File(), true},
-        {"truncated binary", "bplist00\xd1\x01\x02", true},
+        {"no CurrentSet", Broken({"CurrentSet"}, nullptr)},
+        {"CurrentSet names a missing set", Broken({"CurrentSet"}, Str("/Sets/Missing"))},
+        {"CurrentSet is not a string", Broken({"CurrentSet"}, Number(0))},
+        {"CurrentSet is not a set path", Broken({"CurrentSet"}, Str("S"))},
+        {"Sets is an array", Broken({"Sets"}, Array({Str("S")}))},
+        {"no ServiceOrder", Broken(Under(kNetwork, {"Global", "IPv4", "ServiceOrder"}), nullptr)},
+        {"no global IPv4", Broken(Under(kNetwork, {"Global"}), Dict())},
+        {"ServiceOrder is a string", Broken(Under(kNetwork, {"Global", "IPv4", "ServiceOrder"}), Str("A"))},
+        {"link to a missing service", Broken({"NetworkServices"}, Dict())},
+        {"service is a string", Broken({"NetworkServices", "A"}, Str("A"))},
+        {"Proxies is a string", Broken({"NetworkServices", "A", "Proxies"}, Str("proxy"))},
+        {"Proxies is an array", Broken({"NetworkServices", "A", "Proxies"}, Array())},
+        {"link is not a link", Broken(Under(kNetwork, {"Service", "A"}), Dict())},
+        {"Service is missing", Broken(Under(kNetwork, {"Service"}), nullptr)},
+        {"not a property list", "this is not a property list\n", "malformed"},
+        {"truncated XML", Encoded(ProxyOnStore()).substr(0, 300), "malformed"},
+        {"root is an array", Encoded(Array({Str("A")})), "root"},
+        {"truncated binary", "bplist00\xd1\x01\x02", ""},
+        {"arrays 50,000 deep", DeepArrays(50000), "nested deeper than 512 levels"},
+        {"a FIFO", kFIFO, "not a regular file but a FIFO"},
         {"no store", std::nullopt},
     };
     // The read-only walk, an editing walk run twice, and a URL command: -d
@@ -60,15 +68,24 @@ TEST(BadStoreTest, NothingIsDoneWithAStoreTheToolCannotUse) {
         for (const auto& args : commands) {
             SCOPED_TRACE(std::string(row.what) + ", " + args[0]);
             TempRoot root;
-            if (row.file) root.writeStore(*row.file);
-            std::string before = Stamp(root.storePath(), true);
+            std::filesystem::path file = root.storePath();
+            bool fifo = row.file == kFIFO;  // not to be read here either
+            if (fifo) {
+                std::filesystem::create_directories(file.parent_path());
+                ASSERT_EQ(::mkfifo(file.c_str(), 0644), 0);
+            } else if (row.file) {
+                root.writeStore(*row.file);
+            }
+            std::string before = fifo ? "" : Stamp(file, true);
 
-            ToolRun run = RunTool(root, args);
-            EXPECT_TRUE(run.exitedWithZero) << run.err;
+            ProgramRun run = RunTool(root, args);
+            EXPECT_EQ(run.exitStatus, 0) << run.err;
             EXPECT_EQ(run.out, "");
-            EXPECT_EQ(Stamp(root.storePath()), before);
-            if (row.reported) {
-                EXPECT_NE(run.err.find(root.storePath().string()), std::string::npos) << run.err;
+            EXPECT_EQ(fifo ? "" : Stamp(file), before);
+            EXPECT_EQ(std::filesystem::is_fifo(file), fifo);
+            if (row.fault) {
+                EXPECT_TRUE(run.err.starts_with("SCPreferences: cannot read " + file.string() + ": ")) << run.err;
+                EXPECT_NE(run.err.substr(0, run.err.find('\n')).find(row.fault), std::string::npos) << run.err;
                 EXPECT_TRUE(args[0] != "-p" || std::count(run.err.begin(), run.err.end(), '\n') == 1) << run.err;
             }
         }
@@ -79,19 +96,19 @@ TEST(BadStoreTest, NothingIsDoneWithAStoreTheToolCannotUse) {
 // handled and saved.
 TEST(BadStoreTest, UnreachableServicesArePassedOver) {
     TempRoot root;
-    Node store = MakeStore({{"Broken", Dict()}, {"Good", Dict({{"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
-                            {"Unlisted", Dict({{"ProxyAutoConfigURLString", Str("http://w/p.pac")}})}});
-    Node& network = SetOf(store)["Network"];
-    network["Service"].erase("Broken");  // "ServiceOrder" names it, but the set does not link it
-    network["Global"]["IPv4"]["ServiceOrder"].array.pop_back();  // linked but not listed
-    network["Global"]["IPv4"]["ServiceOrder"].array.push_back(Int(7));  // not even a string
-    auto file = root.writeStore(store.File());
+    Value pac = Dict({{"ProxyAutoConfigURLString", Str("http://w/p.pac")}});
+    Value store = MakeStore({{"Broken", Dict()}, {"Good", pac}, {"Unlisted", CopyAt(pac, {})}});
+    Put(store, Under(kNetwork, {"Service", "Broken"}), nullptr);  // "ServiceOrder" names it, but the set does not link it
+    CFMutableArrayRef order = ArrayAt(store, Under(kNetwork, {"Global", "IPv4", "ServiceOrder"}));
+    CFArrayRemoveValueAtIndex(order, 2);  // linked but not listed
+    CFArrayAppendValue(order, Number(7).get());  // not even a string
+    auto file = root.writeStore(Encoded(store));
 
-    ToolRun run = RunTool(root, {"-e"});
-    EXPECT_TRUE(run.exitedWithZero) << run.err;
+    ProgramRun run = RunTool(root, {"-e"});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(run.out, "- Http Proxy does not exist - Good.\nOK - Enable PAC - Good.\n");
-    ProxiesOf(store, "Good")["ProxyAutoConfigEnable"] = Int(1);
-    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
+    Put(store, ProxiesKey("Good", "ProxyAutoConfigEnable"), Number(1));
+    EXPECT_EQ(TempRoot::ReadFile(file), Encoded(store));
 }
 
 }  // namespace

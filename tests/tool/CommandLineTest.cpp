@@ -2,7 +2,7 @@
 // that bad usage leaves the store alone.
 #include <gtest/gtest.h>
 
-#include "tool/ToolHarness.h"
+#include "support/ProgramHarness.h"
 
 namespace {
 
@@ -20,15 +20,6 @@ const char* const kUsage =
     "        If the different file url already exists,\n"
     "        dont replace it.\n";
 
-// One service with the HTTP proxy on and PAC off: every option but -p
-// would change it.
-Node ProxyOnStore() {
-    return MakeStore({{"A", Dict({{"HTTPEnable", Int(1)},
-                                  {"HTTPProxy", Str("proxy.example.com")},
-                                  {"ProxyAutoConfigEnable", Int(0)},
-                                  {"ProxyAutoConfigURLString", Str("http://wpad.example.com/proxy.pac")}})}});
-}
-
 TEST(CommandLineTest, BadUsagePrintsUsageOnlyAndChangesNothing) {
     const std::vector<std::vector<std::string>> cases = {
         {},     {"-x"}, {"-pp"}, {"-D"},  {"--p"},       {"-"},       {"p"},
@@ -38,11 +29,11 @@ TEST(CommandLineTest, BadUsagePrintsUsageOnlyAndChangesNothing) {
     for (const auto& args : cases) {
         SCOPED_TRACE(args.empty() ? "(no arguments)" : args[0] + " with " + std::to_string(args.size()) + " args");
         TempRoot root;
-        auto store = root.writeStore(ProxyOnStore().File());
+        auto store = root.writeStore(Encoded(ProxyOnStore()));
         std::string before = Stamp(store, true);
 
-        ToolRun run = RunTool(root, args);
-        EXPECT_TRUE(run.exitedWithZero);
+        ProgramRun run = RunTool(root, args);
+        EXPECT_EQ(run.exitStatus, 0);
         EXPECT_EQ(run.err, kUsage);
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(Stamp(store), before);
@@ -55,15 +46,15 @@ TEST(CommandLineTest, NonASCIIURLStopsAfterTheProxyStep) {
     for (const char* option : {"-f", "-u"}) {
         SCOPED_TRACE(option);
         TempRoot root;
-        Node store = ProxyOnStore();
-        auto file = root.writeStore(store.File());
+        Value store = ProxyOnStore();
+        auto file = root.writeStore(Encoded(store));
 
-        ToolRun run = RunTool(root, {option, "http://ex\xc3\xa4mple.com/proxy.pac"});
-        EXPECT_TRUE(run.exitedWithZero);
+        ProgramRun run = RunTool(root, {option, "http://ex\xc3\xa4mple.com/proxy.pac"});
+        EXPECT_EQ(run.exitStatus, 0);
         EXPECT_EQ(run.out, "OK - Disable Http Proxy - A.\n");
         EXPECT_EQ(run.err, kUsage);
-        ProxiesOf(store, "A")["HTTPEnable"] = Int(0);
-        EXPECT_EQ(TempRoot::ReadFile(file), store.File());
+        Put(store, ProxiesKey("A", "HTTPEnable"), Number(0));
+        EXPECT_EQ(TempRoot::ReadFile(file), Encoded(store));
     }
 }
 

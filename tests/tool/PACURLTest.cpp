@@ -3,7 +3,7 @@
 // written when it was 0.
 #include <gtest/gtest.h>
 
-#include "tool/ToolHarness.h"
+#include "support/ProgramHarness.h"
 
 namespace {
 
@@ -11,13 +11,13 @@ const std::string kURL = "http://new.example.com/conf/proxy.pac";
 const std::string kSameFile = "http://old.example.com/proxy.pac";
 const std::string kOtherFile = "http://old.example.com/other.pac";
 
-Node PAC(long enable, const std::string& url) {
-    return Dict({{"ProxyAutoConfigEnable", Int(enable)}, {"ProxyAutoConfigURLString", Str(url)}});
+Value PAC(long enable, const std::string& url) {
+    return Dict({{"ProxyAutoConfigEnable", Number(enable)}, {"ProxyAutoConfigURLString", Str(url)}});
 }
 
 struct Row {
     const char* id;
-    Node proxies;
+    Value proxies;
     const char* lines;  // what the URL step prints for the service ("%s" is its ID)
     long enable;        // the flag afterwards
     std::string url;    // the URL afterwards
@@ -29,24 +29,23 @@ void ExpectRows(const char* option, const std::vector<Row>& rows) {
     TempRoot root;
     std::vector<ServiceSpec> services;
     for (const Row& row : rows) services.push_back({row.id, row.proxies});
-    Node store = MakeStore(services);
-    auto file = root.writeStore(store.File());
+    Value store = MakeStore(services);
+    auto file = root.writeStore(Encoded(store));
 
-    ToolRun run = RunTool(root, {option, kURL});
+    ProgramRun run = RunTool(root, {option, kURL});
     std::string expected;
     for (const Row& row : rows) expected += "- Http Proxy does not exist - " + std::string(row.id) + ".\n";
     for (const Row& row : rows) {
         std::string lines = row.lines;
         for (size_t at; (at = lines.find("%s")) != std::string::npos;) lines.replace(at, 2, row.id);
         expected += lines;
-        Node& proxies = ProxiesOf(store, row.id);
-        proxies["ProxyAutoConfigEnable"] = Int(row.enable);
-        proxies["ProxyAutoConfigURLString"] = Str(row.url);
+        Put(store, ProxiesKey(row.id, "ProxyAutoConfigEnable"), Number(row.enable));
+        Put(store, ProxiesKey(row.id, "ProxyAutoConfigURLString"), Str(row.url));
     }
-    EXPECT_TRUE(run.exitedWithZero);
+    EXPECT_EQ(run.exitStatus, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out, expected);
-    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
+    EXPECT_EQ(TempRoot::ReadFile(file), Encoded(store));
 }
 
 TEST(PACURLTest, ForceSetsTheURLAndSwitchesPACOn) {

@@ -5,39 +5,44 @@
 
 #include <algorithm>
 
-#include "tool/ToolHarness.h"
+#include "support/ProgramHarness.h"
 
 namespace {
 
-Node SwitchStore() {
+// Whether a save was applied: the running system's copy exists.
+bool Applied(const TempRoot& root) {
+    return std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist");
+}
+
+Value SwitchStore() {
     return MakeStore({
         // Both configured, both to be switched.
-        {"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("proxy.example.com")},
-                    {"ProxyAutoConfigEnable", Int(1)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+        {"A", Dict({{"HTTPEnable", Number(0)}, {"HTTPProxy", Str("proxy.example.com")},
+                    {"ProxyAutoConfigEnable", Number(1)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
         // Flags without settings, or with empty settings: left alone.
-        {"B", Dict({{"HTTPEnable", Int(1)}, {"ProxyAutoConfigEnable", Int(1)}, {"ProxyAutoConfigURLString", Str("")}})},
+        {"B", Dict({{"HTTPEnable", Number(1)}, {"ProxyAutoConfigEnable", Number(1)}, {"ProxyAutoConfigURLString", Str("")}})},
         {"C", Dict({{"HTTPProxy", Str("")}})},
         // Already as -d wants them.
-        {"D", Dict({{"HTTPEnable", Int(1)}, {"HTTPProxy", Str("proxy.example.com")},
-                    {"ProxyAutoConfigEnable", Int(0)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+        {"D", Dict({{"HTTPEnable", Number(1)}, {"HTTPProxy", Str("proxy.example.com")},
+                    {"ProxyAutoConfigEnable", Number(0)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
         // Values that are not exactly 0 or 1 are rewritten.
-        {"E", Dict({{"HTTPEnable", Int(2)}, {"HTTPProxy", Str("proxy.example.com")},
-                    {"ProxyAutoConfigEnable", Real("0.5")}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
+        {"E", Dict({{"HTTPEnable", Number(2)}, {"HTTPProxy", Str("proxy.example.com")},
+                    {"ProxyAutoConfigEnable", Real(0.5)}, {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})},
         // A setting without its flag: the flag is added.
         {"H", Dict({{"HTTPProxy", Str("proxy.example.com")}})},
-        {"F", Dict({{"HTTPProxy", Str("proxy.example.com")}, {"ProxyAutoConfigEnable", Int(0)},
+        {"F", Dict({{"HTTPProxy", Str("proxy.example.com")}, {"ProxyAutoConfigEnable", Number(0)},
                     {"ProxyAutoConfigURLString", Str("http://w/p.pac")}}), true},
-        {"G", NoProxies()},
+        {"G", nullptr},
     });
 }
 
 TEST(SwitchCommandsTest, DisablePACSwitchesEachServiceThatHasTheSetting) {
     TempRoot root;
-    Node store = SwitchStore();
-    auto file = root.writeStore(store.File());
+    Value store = SwitchStore();
+    auto file = root.writeStore(Encoded(store));
 
-    ToolRun run = RunTool(root, {"-d"});
-    EXPECT_TRUE(run.exitedWithZero);
+    ProgramRun run = RunTool(root, {"-d"});
+    EXPECT_EQ(run.exitStatus, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.out,
               "OK - Enable Http Proxy - A.\n"
@@ -52,12 +57,9 @@ TEST(SwitchCommandsTest, DisablePACSwitchesEachServiceThatHasTheSetting) {
               "- PAC Enable is already disabled - D.\n"
               "OK - Disable PAC - E.\n"
               "- PAC URL does not exist - H.\n");
-    ProxiesOf(store, "A")["HTTPEnable"] = Int(1);
-    ProxiesOf(store, "A")["ProxyAutoConfigEnable"] = Int(0);
-    ProxiesOf(store, "E")["HTTPEnable"] = Int(1);
-    ProxiesOf(store, "E")["ProxyAutoConfigEnable"] = Int(0);
-    ProxiesOf(store, "H")["HTTPEnable"] = Int(1);
-    EXPECT_EQ(TempRoot::ReadFile(file), store.File());
+    for (const char* id : {"A", "E", "H"}) Put(store, ProxiesKey(id, "HTTPEnable"), Number(1));
+    for (const char* id : {"A", "E"}) Put(store, ProxiesKey(id, "ProxyAutoConfigEnable"), Number(0));
+    EXPECT_EQ(TempRoot::ReadFile(file), Encoded(store));
 }
 
 // A run that finds everything as wanted neither saves nor applies.
@@ -70,12 +72,11 @@ TEST(SwitchCommandsTest, NothingToDoLeavesTheFileUntouched) {
     for (const auto& [args, pacLine] : runs) {
         SCOPED_TRACE(args[0]);
         TempRoot root;
-        auto file = root.writeStore(MakeStore({{"A", Dict({{"HTTPEnable", Int(0)}, {"HTTPProxy", Str("h")},
-                                                          {"ProxyAutoConfigEnable", Int(1)},
-                                                          {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})}})
-                                        .File());
+        auto file = root.writeStore(Encoded(MakeStore({{"A", Dict({{"HTTPEnable", Number(0)}, {"HTTPProxy", Str("h")},
+                                                                  {"ProxyAutoConfigEnable", Number(1)},
+                                                                  {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})}})));
         std::string before = Stamp(file, true);
-        ToolRun run = RunTool(root, args);
+        ProgramRun run = RunTool(root, args);
         EXPECT_EQ(run.out, std::string("- Http Proxy is already disabled - A.\n") + pacLine);
         EXPECT_EQ(Stamp(file), before);
         EXPECT_FALSE(Applied(root));
@@ -104,12 +105,13 @@ TEST(SwitchCommandsTest, RealStoresKeepTheirFormat) {
         TempRoot root;
         auto file = root.installStore(row.store);
         std::string original = TempRoot::ReadFile(file);
-        ToolRun run = RunTool(root, row.args);
-        EXPECT_TRUE(run.exitedWithZero);
+        ProgramRun run = RunTool(root, row.args);
+        EXPECT_EQ(run.exitStatus, 0);
         EXPECT_NE(run.out.find(row.line), std::string::npos) << run.out;
         if (row.flag != nullptr) {
-            std::string key = std::string("<key>") + row.flag + "</key>\n\t\t\t\t<integer>";
-            EXPECT_EQ(TempRoot::ReadFile(file), Edited(original, key + "1", key + "0"));
+            std::string key = std::string("<key>") + row.flag + "</key>\n\t\t\t\t<integer>1";
+            ASSERT_NE(original.find(key), std::string::npos);
+            EXPECT_EQ(TempRoot::ReadFile(file), original.replace(original.find(key) + key.size() - 1, 1, "0"));
         } else {
             EXPECT_EQ(TempRoot::ReadFile(file).substr(0, 8), "bplist00");
             EXPECT_EQ(RunTool(root, {"-p"}).out,
