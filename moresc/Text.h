@@ -5,15 +5,22 @@
 
 #include "MoreSC.h"
 
-// The UTF-8 text of a string value; "" for nil or a value that is not a
-// string.
+// The UTF-8 text of a string value, every character kept (U+0000
+// included; a lone UTF-16 surrogate becomes U+FFFD); "" for nil or a value
+// that is not a string.
 std::string TextOf(CFTypeRef value);
+
+// text with its control characters escaped, so that printed it stays on
+// one line and one field: "\\" for a backslash, "\t", "\n" and "\r", and
+// "\xHH" for the other bytes below 0x20 and for 0x7f. Other bytes are kept.
+std::string Escaped(const std::string& text);
 
 // A string holding the UTF-8 text; nil when text is not valid UTF-8. The
 // caller owns the result.
 CFStringRef CreateStringFromText(const std::string& text);
 
-// text in double quotes, as messages name what the user typed.
+// text escaped and in double quotes, as messages name what the user typed
+// or what the store holds.
 std::string Quoted(const std::string& text);
 
 class Outcome;
