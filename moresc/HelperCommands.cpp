@@ -149,6 +149,5 @@ int NewDialupSet(const Invocation& invocation) {
                                                                            newSetID.out()));
         }
     }
-    if (outcome.ok()) std::printf("%s\n", Escaped(TextOf(newSetID.get())).c_str());
-    return outcome.Finish();
+    return FinishWithNewID(&outcome, newSetID.get());
 }

@@ -11,43 +11,15 @@
 #include "moresc/Arguments.h"
 #include "moresc/Json.h"
 #include "moresc/OneService.h"
+#include "moresc/ProxyKinds.h"
 #include "moresc/Outcome.h"
 #include "moresc/Subcommands.h"
 #include "moresc/Text.h"
 
 namespace {
 
-// A kind of proxy as the command line names it, its fields in the Proxies
-// digest and its keys in the entity.
-struct ProxyKind {
-    const char* name;
-    Boolean MoreSCProxiesDigest::*enable;
-    CFStringRef MoreSCProxiesDigest::*proxy;
-    UInt16 MoreSCProxiesDigest::*port;
-    CFStringRef enableKey;
-    CFStringRef proxyKey;
-    CFStringRef portKey;
-};
-
-const ProxyKind kProxyKinds[] = {
-    {"web", &MoreSCProxiesDigest::HTTPEnable, &MoreSCProxiesDigest::HTTPProxy, &MoreSCProxiesDigest::HTTPPort,
-     kSCPropNetProxiesHTTPEnable, kSCPropNetProxiesHTTPProxy, kSCPropNetProxiesHTTPPort},
-    {"secure-web", &MoreSCProxiesDigest::HTTPSEnable, &MoreSCProxiesDigest::HTTPSProxy,
-     &MoreSCProxiesDigest::HTTPSPort, kSCPropNetProxiesHTTPSEnable, kSCPropNetProxiesHTTPSProxy,
-     kSCPropNetProxiesHTTPSPort},
-    {"ftp", &MoreSCProxiesDigest::FTPEnable, &MoreSCProxiesDigest::FTPProxy, &MoreSCProxiesDigest::FTPPort,
-     kSCPropNetProxiesFTPEnable, kSCPropNetProxiesFTPProxy, kSCPropNetProxiesFTPPort},
-    {"socks", &MoreSCProxiesDigest::SOCKSEnable, &MoreSCProxiesDigest::SOCKSProxy, &MoreSCProxiesDigest::SOCKSPort,
-     kSCPropNetProxiesSOCKSEnable, kSCPropNetProxiesSOCKSProxy, kSCPropNetProxiesSOCKSPort},
-    {"streaming", &MoreSCProxiesDigest::RTSPEnable, &MoreSCProxiesDigest::RTSPProxy, &MoreSCProxiesDigest::RTSPPort,
-     kSCPropNetProxiesRTSPEnable, kSCPropNetProxiesRTSPProxy, kSCPropNetProxiesRTSPPort},
-    {"gopher", &MoreSCProxiesDigest::GopherEnable, &MoreSCProxiesDigest::GopherProxy,
-     &MoreSCProxiesDigest::GopherPort, kSCPropNetProxiesGopherEnable, kSCPropNetProxiesGopherProxy,
-     kSCPropNetProxiesGopherPort},
-};
-
 const ProxyKind* FindProxyKind(Outcome* outcome, const std::string& name) {
-    for (const ProxyKind& kind : kProxyKinds) {
+    for (const ProxyKind& kind : AllProxyKinds()) {
         if (name == kind.name) return &kind;
     }
     outcome->FailUsage(Quoted(name) + " is not a kind of proxy (web, secure-web, ftp, socks, streaming or gopher)");

@@ -59,12 +59,6 @@ int SetServiceActive(const Invocation& invocation, Boolean active) {
     });
 }
 
-// Prints a new service's ID, once the session that made it has saved.
-int FinishWithNewID(Outcome* outcome, CFStringRef newID) {
-    if (outcome->ok()) std::printf("%s\n", Escaped(TextOf(newID)).c_str());
-    return outcome->Finish();
-}
-
 }  // namespace
 
 int ListServices(const Invocation& invocation) {

@@ -8,6 +8,7 @@
 #include "moresc/Json.h"
 #include "moresc/OneService.h"
 #include "moresc/Outcome.h"
+#include "moresc/ProxyKinds.h"
 #include "moresc/Subcommands.h"
 #include "moresc/Text.h"
 
@@ -55,15 +56,13 @@ bool FlagOn(const nlohmann::json& entity, const char* key) {
 // The proxy lines: one for each kind of proxy that the entity mentions,
 // "on" or "off", its host and its port ("-" for none).
 std::string ProxyLines(const nlohmann::json& proxies) {
-    static const char* const kKinds[][2] = {{"web", "HTTP"},   {"secure-web", "HTTPS"}, {"ftp", "FTP"},
-                                            {"socks", "SOCKS"}, {"streaming", "RTSP"},   {"gopher", "Gopher"}};
     std::string lines;
-    for (const auto& [name, prefix] : kKinds) {
-        std::string enable = std::string(prefix) + "Enable";
-        nlohmann::json host = Member(proxies, (std::string(prefix) + "Proxy").c_str());
-        nlohmann::json port = Member(proxies, (std::string(prefix) + "Port").c_str());
+    for (const ProxyKind& kind : AllProxyKinds()) {
+        std::string enable = TextOf(kind.enableKey);
+        nlohmann::json host = Member(proxies, TextOf(kind.proxyKey).c_str());
+        nlohmann::json port = Member(proxies, TextOf(kind.portKey).c_str());
         if (!FlagOn(proxies, enable.c_str()) && host.is_null()) continue;
-        lines += std::string(name) + "-proxy\t" + (FlagOn(proxies, enable.c_str()) ? "on" : "off") + "\t" +
+        lines += std::string(kind.name) + "-proxy\t" + (FlagOn(proxies, enable.c_str()) ? "on" : "off") + "\t" +
                  (host.is_null() ? "-" : FieldText(host)) + "\t" + (port.is_null() ? "-" : FieldText(port)) + "\n";
     }
     nlohmann::json url = Member(proxies, "ProxyAutoConfigURLString");

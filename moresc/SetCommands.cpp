@@ -38,12 +38,6 @@ int ChangeSet(const Invocation& invocation, const char* operation, Change change
     return outcome.Finish();
 }
 
-// Prints a new set's ID, once the session that made it has saved.
-int FinishWithNewID(Outcome* outcome, CFStringRef newID) {
-    if (outcome->ok()) std::printf("%s\n", Escaped(TextOf(newID)).c_str());
-    return outcome->Finish();
-}
-
 }  // namespace
 
 int ListSets(const Invocation& invocation) {

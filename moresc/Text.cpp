@@ -1,5 +1,6 @@
 #include "moresc/Text.h"
 
+#include <cstdio>
 #include <vector>
 
 #include "moresc/Outcome.h"
@@ -81,6 +82,11 @@ CFStringRef CreateStringFromText(const std::string& text) {
 }
 
 std::string Quoted(const std::string& text) { return "\"" + Escaped(text) + "\""; }
+
+int FinishWithNewID(Outcome* outcome, CFStringRef newID) {
+    if (outcome->ok()) std::printf("%s\n", Escaped(TextOf(newID)).c_str());
+    return outcome->Finish();
+}
 
 CFRef<CFStringRef> NameArgument(Outcome* outcome, const std::string& text) {
     CFRef<CFStringRef> name;

@@ -25,6 +25,11 @@ std::string Quoted(const std::string& text);
 
 class Outcome;
 
+// Ends a subcommand that made a set or service: prints its ID (once the
+// session that made it has saved) when the outcome is a success, and
+// returns the outcome's exit status.
+int FinishWithNewID(Outcome* outcome, CFStringRef newID);
+
 // The string for a name typed on the command line, for a set or service
 // to be called by. An empty name, or one that is not valid UTF-8, is
 // refused as bad input (the outcome records it) and gives nil.

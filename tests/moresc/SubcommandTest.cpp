@@ -176,7 +176,7 @@ const Case kCases[] = {
      "rename-set: a set is already called \"Home\" (ID 1); give another name, or --allow-duplicate", nullptr},
     {"RenameSetOntoTakenNameAllowed", kSets, {"rename-set", "--allow-duplicate", "3", "Home"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", "3", "UserDefinedName"}, Str("Home")); }},
-    {"RenameSetToItsOwnName", kSets, {"rename-set", "3", "Office"}, 0, "", "", nullptr},
+    {"RenameSetToItsOwnName", kSets, {"rename-set", "1", "Home"}, 0, "", "", nullptr},
     {"NewSetWithTakenName", kIMac, {"new-set", "Automatic"}, 1, "",
      "new-set: a set is already called \"Automatic\" (ID " + kIMacSet + ")", nullptr},
     {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "",
