@@ -26,7 +26,8 @@ int ShowAppleTalk(const Invocation& invocation) {
         if (outcome.ok()) setID = LookUpSetOption(&outcome, invocation.set);
         if (outcome.ok()) outcome.Check("MoreSCIsAppleTalkActive", MoreSCIsAppleTalkActive(setID.get(), &active));
     }
-    std::string text = invocation.json ? JsonDocument({{"active", static_cast<bool>(active)}}) : active ? "on\n" : "off\n";
+    std::string text =
+        invocation.json ? JsonDocument({{"active", static_cast<bool>(active)}}) : active ? "on\n" : "off\n";
     if (outcome.ok()) std::fputs(text.c_str(), stdout);
     return outcome.Finish();
 }

@@ -99,7 +99,8 @@ CFTypeRef UnlinkedEntry(CFDictionaryRef services, CFArrayRef order, bool* bad) {
 void CheckSetReadable(Outcome* outcome, CFStringRef setID, bool whole = false) {
     CFRef<CFStringRef> checkedID = setID == nil ? CopyCurrentSetID(outcome, true) : CFRef<CFStringRef>::Retain(setID);
     if (!outcome->ok()) return;
-    const std::string which = SetDescription(setID) + (setID == nil ? " (" + Escaped(TextOf(checkedID.get())) + ")" : "");
+    const std::string which =
+        SetDescription(setID) + (setID == nil ? " (" + Escaped(TextOf(checkedID.get())) + ")" : "");
     CFRef<CFDictionaryRef> services;
     CFRef<CFArrayRef> order;
     // Asked for apart: asked for together, a count that differs is a

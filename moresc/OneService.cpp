@@ -44,7 +44,8 @@ void EditEntity(Outcome* outcome, const Invocation& invocation, CFStringRef prot
                      // Nothing to write (the entity as it was, or still none): the store
                      // stays as it is, and is not saved.
                      if (!outcome->ok()) return noErr;
-                     bool unchanged = before ? CFEqual(before.get(), entity.get()) : CFDictionaryGetCount(entity.get()) == 0;
+                     bool unchanged = before ? CFEqual(before.get(), entity.get())
+                                             : CFDictionaryGetCount(entity.get()) == 0;
                      if (unchanged) return noErr;
                      return MoreSCSetEntity(setID, serviceID, protocol, entity.get());
                  });

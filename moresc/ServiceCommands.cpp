@@ -129,7 +129,9 @@ int DuplicateService(const Invocation& invocation) {
                          if (outcome.ok() && !newName && !invocation.allowDuplicate) {
                              CFRef<CFStringRef> name;
                              OSStatus err = MoreSCCopyUserVisibleNameOfService(setID, serviceID, name.out());
-                             if (err != coreFoundationUnknownErr) outcome.Check("MoreSCCopyUserVisibleNameOfService", err);
+                             if (err != coreFoundationUnknownErr) {
+                                 outcome.Check("MoreSCCopyUserVisibleNameOfService", err);
+                             }
                              if (name) newName = CopyFreeServiceName(&outcome, setID, name.get());
                          }
                          return outcome.ok() ? MoreSCDuplicateService(setID, serviceID, newName.get(),

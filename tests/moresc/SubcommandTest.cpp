@@ -543,7 +543,8 @@ TEST(MorescScriptTest, SwitchSetAndWebProxyOnRealStores) {
         root.installStore(store);
         PropertyListFormat format, formatAfter;
         Parsed(StoreText(store), &format);
-        ProgramRun run = RunProgram("/bin/bash", root, {MORESC_TEST_DATA_DIR "/../switch-web-proxy.sh", MORESC_EXECUTABLE});
+        ProgramRun run =
+            RunProgram("/bin/bash", root, {MORESC_TEST_DATA_DIR "/../switch-web-proxy.sh", MORESC_EXECUTABLE});
         EXPECT_EQ(run.exitStatus, 0) << run.err;
         EXPECT_EQ(run.out, "web proxy proxy.example.com:3128 on\n") << run.err;
         Parsed(TempRoot::ReadFile(root.storePath()), &formatAfter);
