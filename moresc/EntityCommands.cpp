@@ -1,13 +1,18 @@
 // The subcommands on the entities of a service: print one as an XML
 // property list, and write one from an XML property list.
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "MoreSC.h"
+#include "moresc/Json.h"
 #include "moresc/OneService.h"
 #include "moresc/Outcome.h"
 #include "moresc/Session.h"
@@ -37,31 +42,62 @@ CFRef<CFStringRef> ProtocolArgument(Outcome* outcome, const std::string& text) {
     return protocol;
 }
 
-struct FileClose {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+// A file descriptor that closes itself.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    ~Descriptor() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return fd_; }
+
+private:
+    int fd_;
 };
 
-// Reads all of path ("-": standard input). On failure returns false with
-// *fault saying why.
-bool ReadInput(const std::string& path, std::string* bytes, std::string* fault) {
-    std::unique_ptr<std::FILE, FileClose> opened;
-    std::FILE* file = stdin;
+// How reading the input ended.
+enum class InputRead { kRead, kUnreadable, kTooLarge };
+
+// Reads all of path ("-": standard input), but no more than a store may
+// hold: what moresc writes into the store must leave it readable. A
+// regular file is measured before it is read; a pipe or device is read up
+// to one byte past the limit. On failure *fault says why.
+InputRead ReadInput(const std::string& path, std::string* bytes, std::string* fault) {
+    const std::size_t limit = kSCPreferencesMaxFileSize;
+    int fd = STDIN_FILENO;
+    // Opened without waiting: a FIFO that no program writes to reads as
+    // empty at once, instead of waiting for a writer that may never come.
+    Descriptor opened(path == "-" ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (path != "-") {
-        opened.reset(std::fopen(path.c_str(), "rb"));
-        if (!opened) {
+        fd = opened.get();
+        int flags = fd < 0 ? -1 : ::fcntl(fd, F_GETFL);
+        if (flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) < 0) {
             *fault = std::strerror(errno);
-            return false;
+            return InputRead::kUnreadable;
         }
-        file = opened.get();
+    }
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && static_cast<std::uintmax_t>(info.st_size) > limit) {
+        *fault = "larger than the limit of " + std::to_string(limit) + " bytes";
+        return InputRead::kTooLarge;
     }
     char buffer[65536];
-    std::size_t count = 0;
-    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes->append(buffer, count);
-    if (std::ferror(file)) {
-        *fault = std::strerror(errno);
-        return false;
+    for (;;) {
+        ssize_t count = ::read(fd, buffer, sizeof buffer);
+        if (count == 0) return InputRead::kRead;
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) {
+            *fault = std::strerror(errno);
+            return InputRead::kUnreadable;
+        }
+        bytes->append(buffer, static_cast<std::size_t>(count));
+        if (bytes->size() > limit) {
+            *fault = "larger than the limit of " + std::to_string(limit) + " bytes";
+            return InputRead::kTooLarge;
+        }
     }
-    return true;
 }
 
 // The dictionary in the XML property list of path, checked whole before
@@ -70,9 +106,15 @@ CFRef<CFDictionaryRef> ReadEntityFile(Outcome* outcome, const std::string& path)
     const std::string shownPath = path == "-" ? "standard input" : path;
     std::string bytes;
     std::string fault;
-    if (!ReadInput(path, &bytes, &fault)) {
-        outcome->Fail("cannot read " + shownPath + ": " + fault);
-        return nullptr;
+    switch (ReadInput(path, &bytes, &fault)) {
+        case InputRead::kRead:
+            break;
+        case InputRead::kUnreadable:
+            outcome->Fail("cannot read " + shownPath + ": " + fault);
+            return nullptr;
+        case InputRead::kTooLarge:
+            outcome->FailUsage(shownPath + " is " + fault);
+            return nullptr;
     }
     PropertyListFormat format = PropertyListFormat::XML;
     CFRef<CFDictionaryRef> entity(PropertyListCreateFromFileBytes(bytes, &format, &fault));
@@ -92,17 +134,24 @@ int PrintEntity(const Invocation& invocation) {
     CFRef<CFStringRef> protocol = ProtocolArgument(&outcome, invocation.arguments[1]);
     CFRef<CFDictionaryRef> entity;
     if (outcome.ok()) {
-        RunOnService(&outcome, invocation, Session::kRead, "MoreSCCopyEntity",
+        RunOnService(&outcome, invocation, Session::kRead, "MoreSCCopyEntitiesDict",
                      [&](CFStringRef setID, CFStringRef serviceID) {
-                         return MoreSCCopyEntity(setID, serviceID, protocol.get(), entity.out());
+                         entity = CopyEntityIfAny(&outcome, setID, serviceID, protocol.get());
+                         if (outcome.ok() && !entity) {
+                             outcome.Fail("service " + Escaped(TextOf(serviceID)) + " has no " +
+                                          Quoted(invocation.arguments[1]) + " entity");
+                         }
+                         return noErr;
                      });
     }
-    std::string xml;
+    std::string text;
     std::string fault;
-    if (outcome.ok() && !PropertyListEncodeFileBytes(entity.get(), PropertyListFormat::XML, &xml, &fault)) {
+    if (outcome.ok() && invocation.json) {
+        text = JsonDocument(JsonOf(entity.get()));
+    } else if (outcome.ok() && !PropertyListEncodeFileBytes(entity.get(), PropertyListFormat::XML, &text, &fault)) {
         outcome.Fail("cannot write the entity as XML: " + fault);
     }
-    if (outcome.ok()) std::fwrite(xml.data(), 1, xml.size(), stdout);
+    if (outcome.ok()) std::fwrite(text.data(), 1, text.size(), stdout);
     return outcome.Finish();
 }
 

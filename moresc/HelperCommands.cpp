@@ -5,7 +5,9 @@
 #include <string>
 
 #include "MoreSC.h"
+#include "moresc/Json.h"
 #include "moresc/Lookup.h"
+#include "moresc/Names.h"
 #include "moresc/Outcome.h"
 #include "moresc/Ports.h"
 #include "moresc/Session.h"
@@ -24,7 +26,9 @@ int ShowAppleTalk(const Invocation& invocation) {
         if (outcome.ok()) setID = LookUpSetOption(&outcome, invocation.set);
         if (outcome.ok()) outcome.Check("MoreSCIsAppleTalkActive", MoreSCIsAppleTalkActive(setID.get(), &active));
     }
-    if (outcome.ok()) std::fputs(active ? "on\n" : "off\n", stdout);
+    std::string text =
+        invocation.json ? JsonDocument({{"active", static_cast<bool>(active)}}) : active ? "on\n" : "off\n";
+    if (outcome.ok()) std::fputs(text.c_str(), stdout);
     return outcome.Finish();
 }
 
@@ -33,6 +37,7 @@ int SwitchAppleTalk(const Invocation& invocation) {
     Outcome outcome(invocation.subcommand->name);
     const std::string& state = invocation.arguments[0];
     if (state != "on" && state != "off") outcome.FailUsage(Quoted(state) + " is neither on nor off");
+    if (outcome.ok() && invocation.json) outcome.FailUsage("--json is for the question, not with on or off");
     if (outcome.ok()) {
         Session session(&outcome, Session::kChange);
         CFRef<CFStringRef> setID;
@@ -44,15 +49,15 @@ int SwitchAppleTalk(const Invocation& invocation) {
     return outcome.Finish();
 }
 
-// The name of a service of the current set, for the DHCP list: "" when
+// The name of a service of the current set, for the DHCP list: nil when
 // the current set no longer has the service, or the service has no name.
-std::string DHCPServiceName(Outcome* outcome, CFStringRef serviceID) {
+CFRef<CFStringRef> CopyDHCPServiceName(Outcome* outcome, CFStringRef serviceID) {
     CFRef<CFStringRef> name;
     OSStatus err = MoreSCCopyUserVisibleNameOfService(nil, serviceID, name.out());
     if (err != kSCStatusNoKey && err != coreFoundationUnknownErr) {
         outcome->Check("MoreSCCopyUserVisibleNameOfService", err);
     }
-    return TextOf(name.get());
+    return name;
 }
 
 // The options of a dial-up set that moresc makes: an active PPP entity
@@ -91,6 +96,7 @@ int AppleTalk(const Invocation& invocation) {
 int ListDHCPServices(const Invocation& invocation) {
     Outcome outcome(invocation.subcommand->name);
     std::string lines;
+    nlohmann::json services = nlohmann::json::array();
     {
         Session session(&outcome, Session::kRead);
         CFRef<CFArrayRef> serviceIDs;
@@ -100,11 +106,12 @@ int ListDHCPServices(const Invocation& invocation) {
         CFIndex count = outcome.ok() ? CFArrayGetCount(serviceIDs.get()) : 0;
         for (CFIndex index = 0; index < count && outcome.ok(); ++index) {
             CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(serviceIDs.get(), index));
-            std::string name = DHCPServiceName(&outcome, serviceID);
-            lines += TextOf(serviceID) + "\t" + name + "\n";
+            CFRef<CFStringRef> name = CopyDHCPServiceName(&outcome, serviceID);
+            services.push_back({{"id", TextOf(serviceID)}, {"name", JsonStringOrNull(name.get())}});
+            lines += Escaped(TextOf(serviceID)) + "\t" + Escaped(TextOf(name.get())) + "\n";
         }
     }
-    if (outcome.ok()) std::fputs(lines.c_str(), stdout);
+    if (outcome.ok()) std::fputs((invocation.json ? JsonDocument(services) : lines).c_str(), stdout);
     return outcome.Finish();
 }
 
@@ -135,12 +142,13 @@ int NewDialupSet(const Invocation& invocation) {
     CFRef<CFStringRef> newSetID;
     if (outcome.ok()) {
         Session session(&outcome, Session::kChange);
+        if (outcome.ok()) CheckEverySetWhole(&outcome);
+        if (outcome.ok() && !invocation.allowDuplicate) CheckSetNameFree(&outcome, name.get(), nil);
         if (outcome.ok()) {
             outcome.Check("MoreSCMakeNewDialupSet", MoreSCMakeNewDialupSet(name.get(), device.get(), nil,
                                                                            &kDefaultDialupPPP, nil, nil,
                                                                            newSetID.out()));
         }
     }
-    if (outcome.ok()) std::printf("%s\n", TextOf(newSetID.get()).c_str());
-    return outcome.Finish();
+    return FinishWithNewID(&outcome, newSetID.get());
 }

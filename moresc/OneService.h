@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 
 #include "MoreSC.h"
 #include "moresc/Outcome.h"
@@ -18,3 +19,23 @@ using ServiceStep = std::function<OSStatus(CFStringRef setID, CFStringRef servic
 // closing save included, when this returns.
 void RunOnService(Outcome* outcome, const Invocation& invocation, Session::Access access, const char* operation,
                   const ServiceStep& step);
+
+// The protocol entity of a service, from the service's dictionary: nil
+// when the service has none, a failure when its value is not a dictionary
+// (which the library would take for a broken store). Needs an open session.
+CFRef<CFDictionaryRef> CopyEntityIfAny(Outcome* outcome, CFStringRef setID, CFStringRef serviceID,
+                                       CFStringRef protocol);
+
+// Changes some keys of an entity; a failure it records leaves the store as
+// it was.
+using EntityEdit = std::function<void(Outcome* outcome, CFMutableDictionaryRef entity)>;
+
+// Edits the protocol entity of the service that the first argument names,
+// in one session that locks the store. edit receives a copy of the entity
+// (an empty dictionary when the service has none); the copy is written
+// back, with MoreSCSetEntity, only when edit changed it.
+void EditEntity(Outcome* outcome, const Invocation& invocation, CFStringRef protocol, const EntityEdit& edit);
+
+// Sets each key of keys in to as from has it, and removes it from to when
+// from has none: so an entity built from a digest gives exactly those keys.
+void CopyKeys(CFDictionaryRef from, CFMutableDictionaryRef to, std::initializer_list<CFStringRef> keys);

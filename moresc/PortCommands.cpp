@@ -4,19 +4,29 @@
 #include <string>
 
 #include "MoreSC.h"
+#include "moresc/Json.h"
 #include "moresc/Outcome.h"
 #include "moresc/Ports.h"
 #include "moresc/Subcommands.h"
 
 namespace {
 
-// One block of the port list: name, hardware, device and MAC address ("-"
-// when the port has none), then an empty line.
-std::string PortBlock(CFDictionaryRef port) {
-    std::string mac = PortText(port, kSCPropMACAddress);
-    return "name: " + PortText(port, kSCPropUserDefinedName) + "\nhardware: " +
-           PortText(port, kSCPropNetInterfaceHardware) + "\ndevice: " +
-           PortText(port, kSCPropNetInterfaceDeviceName) + "\nmac: " + (mac.empty() ? "-" : mac) + "\n\n";
+// One port of the list: name, hardware, device and MAC address (none
+// when the port has none).
+nlohmann::json PortEntry(CFDictionaryRef port) {
+    return {{"name", JsonStringOrNull(CFDictionaryGetValue(port, kSCPropUserDefinedName))},
+            {"hardware", JsonStringOrNull(CFDictionaryGetValue(port, kSCPropNetInterfaceHardware))},
+            {"device", JsonStringOrNull(CFDictionaryGetValue(port, kSCPropNetInterfaceDeviceName))},
+            {"mac", JsonStringOrNull(CFDictionaryGetValue(port, kSCPropMACAddress))}};
+}
+
+// One block of the text: a line a field ("-" for a MAC address the port
+// does not have), then an empty line.
+std::string PortBlock(const nlohmann::json& port) {
+    auto field = [&port](const char* key) { return port[key].is_null() ? "" : FieldText(port[key]); };
+    std::string mac = field("mac");
+    return "name: " + field("name") + "\nhardware: " + field("hardware") + "\ndevice: " + field("device") +
+           "\nmac: " + (mac.empty() ? "-" : mac) + "\n\n";
 }
 
 }  // namespace
@@ -24,11 +34,13 @@ std::string PortBlock(CFDictionaryRef port) {
 int ListPorts(const Invocation& invocation) {
     Outcome outcome(invocation.subcommand->name);
     CFRef<CFArrayRef> ports = CopyPorts(&outcome);
+    nlohmann::json list = nlohmann::json::array();
     std::string blocks;
     CFIndex count = outcome.ok() ? CFArrayGetCount(ports.get()) : 0;
     for (CFIndex index = 0; index < count; ++index) {
-        blocks += PortBlock(static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(ports.get(), index)));
+        list.push_back(PortEntry(static_cast<CFDictionaryRef>(CFArrayGetValueAtIndex(ports.get(), index))));
+        blocks += PortBlock(list.back());
     }
-    if (outcome.ok()) std::fputs(blocks.c_str(), stdout);
+    if (outcome.ok()) std::fputs((invocation.json ? JsonDocument(list) : blocks).c_str(), stdout);
     return outcome.Finish();
 }

@@ -1,11 +1,98 @@
 #include "moresc/Session.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+bool gCreateStore = false;
+int gWaitSeconds = 10;
+
+bool StoreExists(const std::string& path) {
+    struct stat info {};
+    if (stat(path.c_str(), &info) == 0) return true;
+    // Any other fault (a folder that cannot be searched, say) is the store's
+    // to report when it is opened.
+    return errno != ENOENT && errno != ENOTDIR;
+}
+
+// A status that waiting may cure: another program holds the lock, or saved
+// the store between its reading and the locking.
+bool OtherProgramInTheWay(OSStatus err) { return err == kSCStatusPrefsBusy || err == kSCStatusStale; }
+
+// Puts the session's store back as its file holds it. The library's
+// outermost close saves whatever an operation changed, also when a later
+// step failed (a half-made set whose roll-back could not run, a copy whose
+// renaming failed): so a subcommand that fails first undoes its changes,
+// and the close finds nothing to write.
+void RestoreStoreFromFile() {
+    SCPreferencesRef session = MoreSCGetSCPreferencesRef();
+    CFRef<SCPreferencesRef> file(SCPreferencesCreate(kCFAllocatorDefault, CFSTR("moresc"), nil));
+    CFRef<CFArrayRef> keys(SCPreferencesCopyKeyList(session));
+    CFRef<CFArrayRef> fileKeys(file ? SCPreferencesCopyKeyList(file.get()) : nil);
+    if (!keys || !fileKeys) return;
+    for (CFIndex i = 0, count = CFArrayGetCount(keys.get()); i < count; ++i) {
+        CFStringRef key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.get(), i));
+        if (SCPreferencesGetValue(file.get(), key) == nil) SCPreferencesRemoveValue(session, key);
+    }
+    for (CFIndex i = 0, count = CFArrayGetCount(fileKeys.get()); i < count; ++i) {
+        CFStringRef key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(fileKeys.get(), i));
+        CFPropertyListRef value = SCPreferencesGetValue(file.get(), key);
+        CFPropertyListRef current = SCPreferencesGetValue(session, key);
+        if (current == nil || !CFEqual(current, value)) SCPreferencesSetValue(session, key, value);
+    }
+}
+
+}  // namespace
+
+std::string StorePath() {
+    const char* value = std::getenv("TARNWICK_ROOT");
+    std::string root = (value == nullptr || *value == '\0') ? "/" : value;
+    while (!root.empty() && root.back() == '/') root.pop_back();
+    return root + "/Library/Preferences/SystemConfiguration/preferences.plist";
+}
+
+void Session::SetStoreOptions(bool createStore, int waitSeconds) {
+    gCreateStore = createStore;
+    gWaitSeconds = waitSeconds;
+}
+
 Session::Session(Outcome* outcome, Access access) : outcome_(outcome) {
-    Boolean lock = access == kChange;
-    outcome_->Check("MoreSCOpen", MoreSCOpen(lock, false));
+    // A root without a store is most often a mistyped TARNWICK_ROOT: say so,
+    // rather than show an empty configuration or make a store under it.
+    const std::string path = StorePath();
+    bool exists = StoreExists(path);
+    if (!exists && (access == kRead || !gCreateStore)) {
+        outcome_->Fail("no preferences store at " + path);
+        return;
+    }
+    // A new store is locked by its save alone: a lock taken now would make
+    // its folders even when the subcommand then fails.
+    Boolean lock = access == kChange && exists;
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(gWaitSeconds);
+    std::chrono::milliseconds pause(10);
+    OSStatus err = MoreSCOpen(lock, false);
+    // The store is opened anew for each try, so that the session reads what
+    // the other program saved.
+    while (lock && OtherProgramInTheWay(err) && Clock::now() < deadline) {
+        MoreSCClose(&err, false);
+        std::this_thread::sleep_for(std::min<Clock::duration>(pause, deadline - Clock::now()));
+        pause = std::min(pause * 2, std::chrono::milliseconds(200));
+        err = MoreSCOpen(lock, false);
+    }
+    open_ = true;
+    restoreOnFailure_ = access == kChange && err == noErr;
+    outcome_->Check("MoreSCOpen", err);
 }
 
 Session::~Session() {
+    if (!open_) return;
+    if (restoreOnFailure_ && !outcome_->ok()) RestoreStoreFromFile();
     // The close follows every open, a failed one included, and is handed the
     // running status; a failure already recorded keeps precedence over the
     // save's.

@@ -1,5 +1,5 @@
-// The subcommands of moresc: their names, arguments, help texts and the
-// functions that run them.
+// The subcommands of moresc: their names, arguments, options, help texts
+// and the functions that run them.
 #pragma once
 
 #include <optional>
@@ -11,13 +11,30 @@ struct Subcommand;
 
 // One run of a subcommand, its options already taken apart.
 struct Invocation {
-    const Subcommand* subcommand;
+    const Subcommand* subcommand = nullptr;
     std::vector<std::string> arguments;  // the positional arguments, in order
-    std::optional<std::string> set;      // --set SET, for the subcommands that take it
+    std::optional<std::string> set;      // --set SET
+    bool json = false;                   // --json
+    bool off = false;                    // --off
+    bool allowDuplicate = false;         // --allow-duplicate
+    bool create = false;                 // --create
+    int waitSeconds = 10;                // --wait SECONDS
+    // --search DOMAIN...: the words after it, up to the next option.
+    std::optional<std::vector<std::string>> search;
 };
 
 // Runs a subcommand and returns the exit status.
 using SubcommandFunction = int (*)(const Invocation& invocation);
+
+// The options a subcommand takes besides --help, one bit each.
+enum SubcommandOption : unsigned {
+    kSetOption = 1U << 0,        // --set SET: work in another set than the current one
+    kJsonOption = 1U << 1,       // --json: print one JSON document
+    kOffOption = 1U << 2,        // --off: switch off instead of setting
+    kSearchOption = 1U << 3,     // --search DOMAIN...
+    kDuplicateOption = 1U << 4,  // --allow-duplicate: let a name that is taken through
+    kChangeOptions = 1U << 5,    // --create and --wait SECONDS, of the subcommands that change the store
+};
 
 struct Subcommand {
     const char* name;
@@ -26,8 +43,10 @@ struct Subcommand {
     const char* description;  // the rest of the subcommand's help, lines ending in "\n"
     int minArguments;
     int maxArguments;
-    bool takesSet;            // accepts --set SET
+    unsigned options;         // SubcommandOption bits
     SubcommandFunction run;
+
+    bool takes(SubcommandOption option) const { return (options & option) != 0; }
 };
 
 // Every subcommand, in the order the command's help lists them.
@@ -57,9 +76,20 @@ int RenameService(const Invocation& invocation);
 int DuplicateService(const Invocation& invocation);
 int DeleteService(const Invocation& invocation);
 int NewService(const Invocation& invocation);
+int OrderServices(const Invocation& invocation);
+// A service's configuration at a glance (ServiceInfo.cpp).
+int PrintServiceInfo(const Invocation& invocation);
 // Entities (EntityCommands.cpp).
 int PrintEntity(const Invocation& invocation);
 int WriteEntity(const Invocation& invocation);
+// Proxies (ProxyCommands.cpp).
+int PrintProxies(const Invocation& invocation);
+int SetProxy(const Invocation& invocation);
+int SetProxyBypass(const Invocation& invocation);
+int SetPAC(const Invocation& invocation);
+// IPv4 and DNS (AddressCommands.cpp).
+int SetIPv4(const Invocation& invocation);
+int SetDNS(const Invocation& invocation);
 // Configuration helpers (HelperCommands.cpp).
 int AppleTalk(const Invocation& invocation);
 int ListDHCPServices(const Invocation& invocation);

@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, only those missing.
 set -euo pipefail
 
-packages=(cmake g++ make pkg-config libexpat1-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev python3)
+packages=(cmake g++ make pkg-config libexpat1-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev python3)
 # For the check that the installed manual pages render.
 packages+=(man-db groff-base)
 missing=()

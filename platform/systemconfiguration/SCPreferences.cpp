@@ -307,6 +307,11 @@ Boolean SCPreferencesCommitChanges(SCPreferencesRef ref) {
         FileStamp written;
         if (!PropertyListEncodeFileBytes(prefs->tree.get(), prefs->format, &bytes, &fault)) {
             status = kSCStatusFailed;
+        } else if (bytes.size() > kSCPreferencesMaxFileSize) {
+            // A file this large would be refused by every later read.
+            fault = "the store would be larger than the limit of " + std::to_string(kSCPreferencesMaxFileSize) +
+                    " bytes";
+            status = kSCStatusFailed;
         } else if (!WriteFileAtomically(prefs->file, bytes, &fault, &error, &written)) {
             status = StatusForFileError(error);
         } else {

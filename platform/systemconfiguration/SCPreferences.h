@@ -62,7 +62,8 @@ Boolean SCPreferencesLock(SCPreferencesRef prefs, Boolean wait);
 Boolean SCPreferencesUnlock(SCPreferencesRef prefs);
 
 // Writes the store to disk atomically when it differs from what was read;
-// does nothing otherwise. Under the store's lock it first removes what
+// does nothing otherwise. A store whose file would be larger than
+// kSCPreferencesMaxFileSize is not written (kSCStatusFailed). Under the store's lock it first removes what
 // crashed saves of the store left behind (".<name>.XXXXXX" beside it). Fails with kSCStatusStale, writing nothing, when
 // the file changed on disk since it was read.
 Boolean SCPreferencesCommitChanges(SCPreferencesRef prefs);

@@ -22,7 +22,7 @@ TEST(MorescCommandLineTest, EverySubcommandListedHasItsOwnHelp) {
         EXPECT_EQ(own.exitStatus, 0);
         EXPECT_TRUE(own.out.starts_with("Usage: moresc " + name)) << own.out;
     }
-    EXPECT_EQ(listed, 21);
+    EXPECT_EQ(listed, 29);
 }
 
 // Each row: arguments, exit status, the start of the one line on standard
@@ -43,6 +43,14 @@ TEST(MorescCommandLineTest, BadCommandLinesTouchNothing) {
         {{"rename-set", "1", "\xff"}, 2, "moresc: rename-set: \"\xff\" is not valid UTF-8"},
         {{"appletalk", "on", "off"}, 2, "moresc: appletalk: wrong number of arguments"},
         {{"ports", "--set", "1"}, 2, "moresc: ports: unknown option --set"},
+        {{"switch-set", "-x1"}, 2, "moresc: switch-set: unknown option -x1"},
+        {{"sets", "--off"}, 2, "moresc: sets: unknown option --off"},
+        {{"rename-set", "1", "x", "--json"}, 2, "moresc: rename-set: unknown option --json"},
+        {{"sets", "--json=yes"}, 2, "moresc: sets: unknown option --json=yes"},
+        {{"switch-set", "1", "--wait", "soon"}, 2, "moresc: switch-set: --wait needs a number of seconds"},
+        {{"switch-set", "1", "--wait=86401"}, 2, "moresc: switch-set: --wait needs a number of seconds"},
+        {{"appletalk", "on", "--json"}, 2, "moresc: appletalk: --json is for the question"},
+        {{"set-proxy", "10", "web", "h", "1", "extra"}, 2, "moresc: set-proxy: wrong number of arguments"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.message);
@@ -58,6 +66,7 @@ TEST(MorescCommandLineTest, BadCommandLinesTouchNothing) {
 
 TEST(MorescCommandLineTest, DoubleDashEndsTheOptions) {
     TempRoot root;
+    root.installStore("imac-ethernet-pac.plist");
     ProgramRun run = RunMoresc(root, {"switch-set", "--", "--help"});
     EXPECT_EQ(run.exitStatus, 1);
     EXPECT_EQ(run.err, "moresc: switch-set: no set has the ID or name \"--help\"\n");

@@ -3,9 +3,16 @@
 // or untouched when it fails or has nothing to do).
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdlib>
 #include <functional>
+#include <thread>
+#include <set>
 
 #include "platform/posix/FileLock.h"
+#include "platform/systemconfiguration/SCPreferences.h"
 #include "support/ProgramHarness.h"
 #include "support/RegistrySnapshot.h"
 
@@ -21,6 +28,15 @@ const char kMacBook[] = "macbook-air-http-proxy-ppp.plist";
 const char kBinary[] = "ios-binary.plist";
 const char kCorrupt[] = "(corrupt)";
 const char kNone[] = "(no store)";
+// The four sets with more: set -2147483646 "Spare" and set 5 "Home copy"
+// (both without services); service 11 has a manual IPv4 entity with a
+// client ID and a key "Extra", service 10 a DNS entity with a server and a
+// search domain.
+const char kOdd[] = "(more sets and settings)";
+// The four sets, binary, with set 3 called "Lab<tab>A<newline>B<escape>".
+const char kControlNames[] = "(control characters in a name)";
+const char kNoCurrentSet[] = "(no current set)";
+const char kUnlinked[] = "(set 2 lists an unlinked service)";
 
 const std::string kXMLHeader =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -30,12 +46,6 @@ const std::string kProxyEntity = kXMLHeader +
                                  "<dict>\n\t<key>HTTPEnable</key>\n\t<integer>1</integer>\n"
                                  "\t<key>HTTPProxy</key>\n\t<string>proxy.example.com</string>\n</dict>\n</plist>\n";
 
-std::string StoreText(const std::string& name) {
-    if (name == kCorrupt) return "<?xml version=\"1.0\"?><plist><dict><key>Sets</key>";
-    if (name == kSets) return TempRoot::ReadFile(std::string(MORESC_TEST_DATA_DIR) + "/" + name);
-    return TempRoot::ReadFile(std::string(TARNWICK_STORES_DIR) + "/" + name);
-}
-
 using Root = const Value&;
 using StoreEdit = std::function<void(Root root)>;
 
@@ -43,6 +53,44 @@ const std::vector<std::string> kOrder = {"Network", "Global", "IPv4", "ServiceOr
 std::vector<std::string> InSet(const std::string& setID, std::vector<std::string> path) {
     path.insert(path.begin(), {"Sets", setID});
     return path;
+}
+std::vector<std::string> InService(const std::string& serviceID, std::vector<std::string> path) {
+    path.insert(path.begin(), {"NetworkServices", serviceID});
+    return path;
+}
+Value Strings(const std::vector<std::string>& texts) {
+    std::vector<Value> values;
+    for (const std::string& text : texts) values.push_back(Str(text));
+    return Array(values);
+}
+
+std::string StoreText(const std::string& name) {
+    if (name == kCorrupt) return "<?xml version=\"1.0\"?><plist><dict><key>Sets</key>";
+    if (name == kSets) return TempRoot::ReadFile(std::string(MORESC_TEST_DATA_DIR) + "/" + name);
+    if (name != kOdd && name != kControlNames && name != kNoCurrentSet && name != kUnlinked) {
+        return TempRoot::ReadFile(std::string(TARNWICK_STORES_DIR) + "/" + name);
+    }
+    Value store = Parsed(StoreText(kSets));
+    if (name == kNoCurrentSet) Put(store, {"CurrentSet"}, nullptr);
+    if (name == kUnlinked) CFArrayAppendValue(ArrayAt(store, InSet("2", kOrder)), Str("77").get());
+    if (name == kControlNames) {
+        // Binary: an XML property list cannot carry the escape character.
+        Put(store, {"Sets", "3", "UserDefinedName"}, Str("Lab\tA\nB\x1b"));
+        return Encoded(store, PropertyListFormat::Binary);
+    }
+    if (name == kOdd) {
+        for (const auto& [id, setName] : {std::pair{"-2147483646", "Spare"}, {"5", "Home copy"}}) {
+            Put(store, {"Sets", id}, CopyAt(store, {"Sets", "4"}));
+            Put(store, {"Sets", id, "UserDefinedName"}, Str(setName));
+        }
+        Put(store, InService("11", {"IPv4"}),
+            Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"10.0.0.2"})},
+                  {"SubnetMasks", Strings({"255.0.0.0"})}, {"Router", Str("10.0.0.1")},
+                  {"DHCPClientID", Str("client")}, {"Extra", Str("kept")}}));
+        Put(store, InService("10", {"DNS"}),
+            Dict({{"ServerAddresses", Strings({"9.9.9.9"})}, {"SearchDomains", Strings({"old.example"})}}));
+    }
+    return Encoded(store);
 }
 
 // Links a service into a set, last in its order.
@@ -74,6 +122,11 @@ void PrintTo(const Case& row, std::ostream* os) { *os << row.label; }
 const std::string kIMacSet = "6D42B046-97E7-49F6-88CF-2A2600BFB6E1";
 const std::string kMacBookWiFi = "622D9F75-98F0-4AF1-8FFC-C5A27462B0B6";
 const std::string kMacBookSet = "56D66480-1EAF-4104-9CDD-62959C438593";
+const std::string kMacBookDUN = "4A73E068-DCE3-46C3-98EE-991526FF151A";
+const std::string kMacBookPAN = "3896F922-5883-4D53-AC38-CEDEC0DAAAF3";
+const std::string kIMacEthernet = "1838D499-D1F7-4102-909F-EDFB6C16897B";
+const std::string kBinaryWiFi = "DB914B7E-ED15-483C-9FD8-82A614874711";
+const std::string kBinarySet = "54D714FB-C32B-4BD1-843D-65EC84660873";
 // The first IDs made under a parent whose keys are not numbers.
 const std::string kFirstID = "-2147483647", kSecondID = "-2147483646", kThirdID = "-2147483645",
                   kFourthID = "-2147483644";
@@ -91,7 +144,22 @@ const std::string kPorts =
 const Case kCases[] = {
     // Sets.
     {"Sets", kSets, {"sets"}, 0, "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tOffice\n4\t-\t2\n", "", nullptr},
-    {"SetsOfNoStore", kNone, {"sets"}, 0, "", "", nullptr},
+    {"SetsOfNoStore", kNone, {"sets"}, 1, "", "sets: no preferences store at ", nullptr},
+    {"SwitchSetOfNoStoreMakesNothing", kNone, {"switch-set", "1"}, 1, "", "switch-set: no preferences store at ",
+     nullptr},
+    {"NewSetMakesTheStoreWithCreate", kNone, {"new-set", "--create", "Lab"}, 0, kFirstID + "\n", "", [](Root) {}, "",
+     {{"Sets"}, {"NetworkServices"}}, {"services", "Lab"},
+     kFirstID + "\tactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" + kThirdID +
+         "\tactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tactive\ten1\tAirPort\n"},
+    {"SetsJson", kSets, {"sets", "--json"}, 0,
+     "[\n  {\n    \"current\": true,\n    \"id\": \"1\",\n    \"name\": \"Home\"\n  },\n  {\n    \"current\": false,\n"
+     "    \"id\": \"2\",\n    \"name\": \"Office\"\n  },\n  {\n    \"current\": false,\n    \"id\": \"3\",\n"
+     "    \"name\": \"Office\"\n  },\n  {\n    \"current\": false,\n    \"id\": \"4\",\n    \"name\": \"2\"\n  }\n]\n",
+     "", nullptr},
+    {"SetsWithControlCharactersEscaped", kControlNames, {"sets"}, 0,
+     "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tLab\\tA\\nB\\x1b\n4\t-\t2\n", "", nullptr},
+    {"ServicesWithoutCurrentSet", kNoCurrentSet, {"services"}, 1, "",
+     "services: the store has no current set (\"moresc switch-set\" makes one current)", nullptr},
     {"SetsOfCorruptStore", kCorrupt, {"sets"}, 1, "", "sets: MoreSCOpen failed with status 1001 (kSCStatusFailed)",
      nullptr},
     {"CurrentSet", kIMac, {"current-set"}, 0, kIMacSet + "\tAutomatic\n", "", nullptr},
@@ -104,6 +172,22 @@ const Case kCases[] = {
     {"RenameSetByName", kIMac, {"rename-set", "Automatic", "Büro"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", kIMacSet, "UserDefinedName"}, Str("Büro")); }},
     {"RenameSetToNothing", kSets, {"rename-set", "Home", ""}, 2, "", "rename-set: a name cannot be empty", nullptr},
+    {"RenameSetOntoTakenName", kSets, {"rename-set", "3", "Home"}, 1, "",
+     "rename-set: a set is already called \"Home\" (ID 1); give another name, or --allow-duplicate", nullptr},
+    {"RenameSetOntoTakenNameAllowed", kSets, {"rename-set", "--allow-duplicate", "3", "Home"}, 0, "", "",
+     [](Root root) { Put(root, {"Sets", "3", "UserDefinedName"}, Str("Home")); }},
+    {"RenameSetToItsOwnName", kSets, {"rename-set", "1", "Home"}, 0, "", "", nullptr},
+    {"NewSetWithTakenName", kIMac, {"new-set", "Automatic"}, 1, "",
+     "new-set: a set is already called \"Automatic\" (ID " + kIMacSet + ")", nullptr},
+    {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "",
+     "delete-set: set 1 is the current set; switch to another set first", nullptr},
+    {"DeleteSetByNegativeID", kOdd, {"delete-set", "-2147483646"}, 0, "", "",
+     [](Root root) { Put(root, {"Sets", "-2147483646"}, nullptr); }},
+    {"DeleteSetWhereASetListsAnUnlinkedService", kUnlinked, {"delete-set", "3"}, 1, "",
+     "delete-set: set 2 lists \"77\" in its service order, but has no link to such a service", nullptr},
+    {"DuplicateSetGetsAFreeName", kOdd, {"duplicate-set", "Home"}, 0, "6\n", "", [](Root) {}, "",
+     {{"Sets", "6"}, {"NetworkServices", "13"}, {"NetworkServices", "14"}}, {"services", "Home copy 2"},
+     "13\tactive\ten0\tEthernet\n14\tinactive\ten1\tWi-Fi\n"},
     {"DeleteSetCollectsItsServices", kSets, {"delete-set", "2"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", "2"}, nullptr), Put(root, {"NetworkServices", "12"}, nullptr); }},
     {"DuplicateSetWithItsServices", kSets, {"duplicate-set", "Home", "Copy"}, 0, "5\n", "", [](Root) {}, "",
@@ -127,6 +211,27 @@ const Case kCases[] = {
      [](Root root) { Put(root, {"NetworkServices", kMacBookWiFi, "UserDefinedName"}, Str("WLAN")); }},
     {"RenameServiceAmbiguous", kSets, {"rename-service", "--set=2", "Ethernet", "LAN"}, 1, "",
      "rename-service: \"Ethernet\" names 2 services of set 2: 12, 10 (give one of these IDs)", nullptr},
+    {"RenameServiceOntoTakenName", kMacBook, {"rename-service", "Wi-Fi", "Bluetooth PAN"}, 1, "",
+     "rename-service: a service of the current set is already called \"Bluetooth PAN\" (ID " + kMacBookPAN + ")",
+     nullptr},
+    {"DuplicateServiceGetsAFreeName", kMacBook, {"duplicate-service", "Wi-Fi"}, 0, kFirstID + "\n", "",
+     [](Root root) {
+         Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
+         Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Str("Wi-Fi copy"));
+         Link(root, kMacBookSet, kFirstID);
+     }},
+    {"NewServiceWithTakenName", kSets, {"new-service", "en1", "Ethernet"}, 1, "",
+     "new-service: a service of the current set is already called \"Ethernet\" (ID 10)", nullptr},
+    {"OrderServices", kMacBook, {"order-services", "Wi-Fi", kMacBookPAN, "Bluetooth DUN"}, 0, "", "",
+     [](Root root) { Put(root, InSet(kMacBookSet, kOrder), Strings({kMacBookWiFi, kMacBookPAN, kMacBookDUN})); }},
+    {"OrderServicesOfOtherSet", kSets, {"order-services", "--set", "2", "10", "12"}, 0, "", "",
+     [](Root root) { Put(root, InSet("2", kOrder), Strings({"10", "12"})); }},
+    {"OrderServicesLeavingOneOut", kMacBook, {"order-services", "Wi-Fi", "Bluetooth DUN"}, 2, "",
+     "order-services: the order leaves out service " + kMacBookPAN, nullptr},
+    {"OrderServicesNamingOneTwice", kSets, {"order-services", "10", "Ethernet", "11"}, 2, "",
+     "order-services: \"Ethernet\" names service 10, which is already in the order", nullptr},
+    {"OrderServicesNamingAnUnknownOne", kSets, {"order-services", "10", "11", "12"}, 1, "",
+     "order-services: no service of the current set has the ID or name \"12\"", nullptr},
     {"RenameServiceOfOtherSet", kSets, {"rename-service", "12", "LAN"}, 1, "",
      "rename-service: no service of the current set has the ID or name \"12\"", nullptr},
     {"RenameServiceInUnknownSet", kSets, {"rename-service", "--set", "Lab", "10", "LAN"}, 1, "",
@@ -151,8 +256,8 @@ const Case kCases[] = {
     // Entities.
     {"Entity", kSets, {"entity", "Ethernet", "Proxies"}, 0,
      kXMLHeader + "<dict>\n\t<key>HTTPEnable</key>\n\t<integer>0</integer>\n</dict>\n</plist>\n", "", nullptr},
-    {"EntityMissing", kSets, {"entity", "Wi-Fi", "Proxies"}, 1, "",
-     "entity: MoreSCCopyEntity failed with status 1004 (kSCStatusNoKey)", nullptr},
+    {"EntityMissing", kSets, {"entity", "Wi-Fi", "Proxies"}, 1, "", "entity: service 11 has no \"Proxies\" entity",
+     nullptr},
     {"EntityNotAProtocol", kSets, {"entity", "10", "UserDefinedName"}, 2, "",
      "entity: \"UserDefinedName\" is a key of the service, not a protocol", nullptr},
     {"SetEntityFromStandardInput", kSets, {"set-entity", "Wi-Fi", "Proxies", "-"}, 0, "", "",
@@ -168,6 +273,105 @@ const Case kCases[] = {
      "set-entity: cannot read /nonexistent/proxies.plist: No such file or directory", nullptr},
     {"SetEntityPathAsProtocol", kSets, {"set-entity", "10", "Proxies/HTTPProxy", "-"}, 2, "",
      "set-entity: \"Proxies/HTTPProxy\" is not a protocol name", nullptr, kProxyEntity},
+
+    // Proxies, IPv4 and DNS.
+    {"Proxies", kMacBook, {"proxies", "Wi-Fi"}, 0,
+     "ExceptionsList\t*.local\t169.254/16\nFTPPassive\t1\nHTTPEnable\t1\nHTTPPort\t8080\nHTTPProxy\t127.0.0.1\n", "",
+     nullptr},
+    {"ProxiesOfServiceWithoutThem", kSets, {"proxies", "Wi-Fi"}, 0, "", "", nullptr},
+    {"Info", kMacBook, {"info", "Wi-Fi"}, 0,
+     "id\t" + kMacBookWiFi + "\nname\tWi-Fi\nactive\tyes\ndevice\ten0\nipv4\tDHCP\nweb-proxy\ton\t127.0.0.1\t8080\n"
+     "bypass\t*.local\t169.254/16\n", "", nullptr},
+    {"InfoOfManualService", kOdd, {"info", "Wi-Fi"}, 0,
+     "id\t11\nname\tWi-Fi\nactive\tno\ndevice\ten1\nipv4\tManual\naddresses\t10.0.0.2\nsubnet-masks\t255.0.0.0\n"
+     "router\t10.0.0.1\n", "", nullptr},
+    {"SetWebProxyKeepsTheOtherKeys", kIMac, {"set-proxy", "Ethernet", "web", "proxy.example.com", "8080"}, 0, "", "",
+     [](Root root) {
+         Put(root, InService(kIMacEthernet, {"Proxies", "HTTPEnable"}), Number(1));
+         Put(root, InService(kIMacEthernet, {"Proxies", "HTTPProxy"}), Str("proxy.example.com"));
+         Put(root, InService(kIMacEthernet, {"Proxies", "HTTPPort"}), Number(8080));
+     }},
+    {"SetSocksProxyInBinaryStore", kBinary, {"set-proxy", "--set", "Automatic", "Wi-Fi", "socks", "fd00::1", "1080"},
+     0, "", "",
+     [](Root root) {
+         Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSEnable"}), Number(1));
+         Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSProxy"}), Str("fd00::1"));
+         Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSPort"}), Number(1080));
+     }},
+    {"SwitchWebProxyOffKeepsHostAndPort", kMacBook, {"set-proxy", "Wi-Fi", "web", "--off"}, 0, "", "",
+     [](Root root) { Put(root, InService(kMacBookWiFi, {"Proxies", "HTTPEnable"}), Number(0)); }},
+    {"SetProxyBypassInBinaryStore", kBinary, {"set-proxy-bypass", "Wi-Fi", "*.local", "10/8"}, 0, "", "",
+     [](Root root) { Put(root, InService(kBinaryWiFi, {"Proxies", "ExceptionsList"}), Strings({"*.local", "10/8"})); }},
+    {"RemoveProxyBypass", kIMac, {"set-proxy-bypass", "Ethernet"}, 0, "", "",
+     [](Root root) { Put(root, InService(kIMacEthernet, {"Proxies", "ExceptionsList"}), nullptr); }},
+    {"SetPACWhereThereIsNoProxiesEntity", kSets, {"set-pac", "Wi-Fi", "http://wpad.example.com/proxy.pac"}, 0, "", "",
+     [](Root root) {
+         Put(root, InService("11", {"Proxies"}),
+             Dict({{"ProxyAutoConfigEnable", Number(1)},
+                   {"ProxyAutoConfigURLString", Str("http://wpad.example.com/proxy.pac")}}));
+     }},
+    {"SwitchPACOffKeepsTheURL", kIMac, {"set-pac", "Ethernet", "--off"}, 0, "", "",
+     [](Root root) { Put(root, InService(kIMacEthernet, {"Proxies", "ProxyAutoConfigEnable"}), Number(0)); }},
+    {"SetIPv4ManualWithoutRouter", kMacBook, {"set-ipv4", "Wi-Fi", "manual", "192.168.1.10", "255.255.255.0"}, 0, "",
+     "",
+     [](Root root) {
+         Put(root, InService(kMacBookWiFi, {"IPv4"}),
+             Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"192.168.1.10"})},
+                   {"SubnetMasks", Strings({"255.255.255.0"})}}));
+     }},
+    {"SetIPv4ManualWithRouter", kSets, {"set-ipv4", "Ethernet", "manual", "10.1.2.3", "255.255.0.0", "10.1.0.1"}, 0,
+     "", "",
+     [](Root root) {
+         Put(root, InService("10", {"IPv4"}),
+             Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"10.1.2.3"})},
+                   {"SubnetMasks", Strings({"255.255.0.0"})}, {"Router", Str("10.1.0.1")}}));
+     }},
+    {"SetIPv4ToBOOTPDropsAddressesAndClientID", kOdd, {"set-ipv4", "11", "bootp"}, 0, "", "",
+     [](Root root) {
+         Put(root, InService("11", {"IPv4"}), Dict({{"ConfigMethod", Str("BOOTP")}, {"Extra", Str("kept")}}));
+     }},
+    {"SetDNSInRealStore", kMacBook, {"set-dns", "Wi-Fi", "8.8.8.8", "1.1.1.1", "--search", "example.com"}, 0, "", "",
+     [](Root root) {
+         Put(root, InService(kMacBookWiFi, {"DNS"}),
+             Dict({{"ServerAddresses", Strings({"8.8.8.8", "1.1.1.1"})}, {"SearchDomains", Strings({"example.com"})}}));
+     }},
+    {"SetDNSSearchDomainsKeepsServers", kOdd, {"set-dns", "10", "--search", "a.example", "b.example"}, 0, "", "",
+     [](Root root) { Put(root, InService("10", {"DNS", "SearchDomains"}), Strings({"a.example", "b.example"})); }},
+    {"SetDNSWithoutServersRemovesThem", kOdd, {"set-dns", "10"}, 0, "", "",
+     [](Root root) { Put(root, InService("10", {"DNS", "ServerAddresses"}), nullptr); }},
+
+    // Malformed values: refused before the store is opened.
+    {"ProxyHostWithSpace", kSets, {"set-proxy", "10", "web", "proxy example", "80"}, 2, "",
+     "set-proxy: \"proxy example\" is not a host name or address", nullptr},
+    {"ProxyHostNumericButNoAddress", kSets, {"set-proxy", "10", "web", "10.0.0.256", "80"}, 2, "",
+     "set-proxy: \"10.0.0.256\" is not a host name or address", nullptr},
+    {"ProxyPortZero", kSets, {"set-proxy", "10", "web", "proxy.example.com", "0"}, 2, "",
+     "set-proxy: \"0\" is not a port (1 to 65535)", nullptr},
+    {"ProxyPortTooLarge", kSets, {"set-proxy", "10", "web", "proxy.example.com", "65536"}, 2, "",
+     "set-proxy: \"65536\" is not a port", nullptr},
+    {"ProxyKindUnknown", kSets, {"set-proxy", "10", "http", "proxy.example.com", "80"}, 2, "",
+     "set-proxy: \"http\" is not a kind of proxy", nullptr},
+    {"ProxyWithoutPort", kSets, {"set-proxy", "10", "web", "proxy.example.com"}, 2, "",
+     "set-proxy: give the HOST and PORT, or --off", nullptr},
+    {"ProxyOffWithHost", kSets, {"set-proxy", "10", "web", "--off", "proxy.example.com", "80"}, 2, "",
+     "set-proxy: --off takes no HOST and PORT", nullptr},
+    {"BypassWithSpace", kSets, {"set-proxy-bypass", "10", "a b"}, 2, "",
+     "set-proxy-bypass: \"a b\" is not a host, domain or network to bypass", nullptr},
+    {"PACWithoutScheme", kSets, {"set-pac", "10", "wpad.example.com/proxy.pac"}, 2, "",
+     "set-pac: \"wpad.example.com/proxy.pac\" is not a URL", nullptr},
+    {"IPv4AddressShort", kSets, {"set-ipv4", "10", "manual", "10.0.0", "255.255.255.0"}, 2, "",
+     "set-ipv4: the address \"10.0.0\" is not an IPv4 address", nullptr},
+    {"IPv4MaskWithHoles", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.255.0"}, 2, "",
+     "set-ipv4: \"255.0.255.0\" is not a subnet mask", nullptr},
+    {"IPv4RouterZero", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.0.0", "0.0.0.0"}, 2, "",
+     "set-ipv4: the router \"0.0.0.0\" is not an IPv4 address", nullptr},
+    {"IPv4DHCPWithAddress", kSets, {"set-ipv4", "10", "dhcp", "10.0.0.2"}, 2, "", "set-ipv4: dhcp takes no addresses",
+     nullptr},
+    {"IPv4ManualWithoutMask", kSets, {"set-ipv4", "10", "manual", "10.0.0.2"}, 2, "",
+     "set-ipv4: manual needs ADDRESS and MASK", nullptr},
+    {"DNSServerShort", kSets, {"set-dns", "10", "8.8.8"}, 2, "", "set-dns: the DNS server \"8.8.8\" is not", nullptr},
+    {"DNSSearchDomainWithSpace", kSets, {"set-dns", "10", "--search", "a b"}, 2, "",
+     "set-dns: \"a b\" is not a domain name", nullptr},
 
     // Ports and helpers.
     {"Ports", kNone, {"ports"}, 0, kPorts, "", nullptr},
@@ -205,6 +409,7 @@ TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
     ProgramRun run = RunMoresc(root, row.args, row.input);
     EXPECT_EQ(run.exitStatus, row.exitStatus);
     EXPECT_EQ(run.out, row.out);
+    EXPECT_EQ(run.err.find("MoreAssertQ"), std::string::npos) << run.err;
     if (row.message.empty()) {
         EXPECT_EQ(run.err, "");
     } else {
@@ -214,17 +419,31 @@ TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
         EXPECT_TRUE(last.starts_with("moresc: " + row.message)) << run.err;
         EXPECT_EQ(run.err.find("moresc: "), run.err.rfind("moresc: ")) << run.err;
     }
-    if (row.store == std::string(kNone)) {
-        EXPECT_FALSE(std::filesystem::exists(root.storePath()));
-    } else if (std::string after = TempRoot::ReadFile(root.storePath()); !row.edit) {
-        EXPECT_EQ(after, before);
+    bool exists = std::filesystem::exists(root.storePath());
+    if (!row.edit) {
+        EXPECT_EQ(exists ? TempRoot::ReadFile(root.storePath()) : "(no store)", exists ? before : row.store);
     } else {
-        // The store as read, edited, and written back in its own format.
-        PropertyListFormat format;
-        Value tree = Parsed(before, &format), made = Parsed(after);
+        // The store as read (none: empty), edited, and written back in its
+        // own format.
+        PropertyListFormat format = PropertyListFormat::XML;
+        std::string after = TempRoot::ReadFile(root.storePath());
+        Value tree = before.empty() ? Dict() : Parsed(before, &format), made = Parsed(after);
         row.edit(tree);
         for (const auto& path : row.made) Put(tree, path, CopyAt(made, path));
         EXPECT_EQ(after, Encoded(tree, format));
+    }
+    // A failure leaves no trace: no folder, temporary file or applied
+    // configuration; at most the lock file beside an existing store.
+    if (row.exitStatus != 0) {
+        const std::string folder = "Library/Preferences/SystemConfiguration";
+        std::set<std::string> store = {"Library", "Library/Preferences", folder, folder + "/preferences.plist",
+                                       folder + "/preferences.plist.lock"};
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(root.path())) {
+            std::string name = std::filesystem::relative(entry.path(), root.path()).string();
+            bool expected = name.starts_with("program.") || name == "registry.plist" ||
+                            (!before.empty() && store.count(name) != 0);
+            EXPECT_TRUE(expected) << name;
+        }
     }
     EXPECT_EQ(row.listing.empty() ? "" : RunMoresc(root, row.listing).out, row.listed);
 }
@@ -241,8 +460,9 @@ TEST(MorescDHCPTest, ReleaseAppliesTwice) {
     EXPECT_NE(applied.find("<!-- generation 2 -->"), std::string::npos) << applied.substr(0, 100);
 }
 
-// A store that another program holds locked can be read, but not changed.
-TEST(MorescLockTest, LockedStoreIsReadButNotChanged) {
+// A store that another program holds locked can be read at once. A change
+// waits for the lock: in vain up to --wait, or until the lock is given back.
+TEST(MorescLockTest, ChangeWaitsForTheLock) {
     TempRoot root;
     std::string before = StoreText(kSets);
     root.writeStore(before);
@@ -254,10 +474,115 @@ TEST(MorescLockTest, LockedStoreIsReadButNotChanged) {
     EXPECT_EQ(read.exitStatus, 0);
     EXPECT_EQ(read.out, "1\tHome\n");
 
-    ProgramRun change = RunMoresc(root, {"rename-set", "3", "Lab"});
+    auto start = std::chrono::steady_clock::now();
+    ProgramRun change = RunMoresc(root, {"rename-set", "--wait", "1", "3", "Lab"});
+    auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_EQ(change.exitStatus, 1);
-    EXPECT_TRUE(change.err.starts_with("moresc: rename-set: MoreSCOpen failed with status 3002")) << change.err;
+    EXPECT_EQ(change.err, "moresc: rename-set: MoreSCOpen failed with status 3002 (kSCStatusPrefsBusy): another "
+                          "program holds the lock of the store, try again later\n");
+    EXPECT_GE(waited, std::chrono::seconds(1));
+    EXPECT_LT(waited, std::chrono::seconds(8));
     EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
+
+    std::thread other([&lock] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        lock.unlock();
+    });
+    change = RunMoresc(root, {"rename-set", "3", "Lab"});
+    other.join();
+    EXPECT_EQ(change.exitStatus, 0) << change.err;
+    EXPECT_EQ(RunMoresc(root, {"sets"}).out, "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tLab\n4\t-\t2\n");
+}
+
+// Every listing's --json output is one JSON document (python3's json.tool
+// is the judge), on test roots and on the real stores; a name holding
+// control characters comes back whole.
+TEST(MorescJsonTest, EveryListingParses) {
+    const std::pair<const char*, const char*> stores[] = {
+        {kSets, "Ethernet"}, {kControlNames, "Ethernet"}, {kIMac, "Ethernet"}, {kMacBook, "Wi-Fi"}, {kBinary, "Wi-Fi"}};
+    for (const auto& [store, service] : stores) {
+        SCOPED_TRACE(store);
+        TempRoot root;
+        RegistrySnapshot registry;
+        registry.AddBuiltInEthernet(), registry.AddAirPort(), registry.AddInternalModem();
+        registry.Install(root);
+        root.writeStore(StoreText(store));
+        // AppleTalk is a question that stores of systems without it fail.
+        bool appleTalk = store == std::string(kSets) || store == std::string(kControlNames);
+        const std::vector<std::vector<std::string>> listings = {
+            {"ports"}, {"sets"}, {"current-set"}, {"services"}, {"entity", service, "Interface"},
+            {"proxies", service}, {"info", service}, {"dhcp-services"}, {"appletalk"}};
+        std::string files;
+        for (std::vector<std::string> args : listings) {
+            if (args[0] == "appletalk" && !appleTalk) continue;
+            args.push_back("--json");
+            std::string out = (root.path() / (args[0] + ".json")).string();
+            ProgramRun run = RunMoresc(root, args, "", out);
+            EXPECT_EQ(run.exitStatus, 0) << args[0] << ": " << run.err;
+            files += " " + out;
+        }
+        // json.tool on each file, in one process.
+        std::string check = "python3 -c 'import json.tool, sys\nfor f in sys.argv[1:]:\n"
+                            "    sys.argv = [\"json.tool\", f, \"/dev/null\"]; json.tool.main()' " + files;
+        EXPECT_EQ(std::system(check.c_str()), 0);
+        if (store == std::string(kControlNames)) {
+            check = "python3 -c 'import json,sys; sys.exit(not any(s[\"name\"] == \"Lab\\tA\\nB\\x1b\" "
+                    "for s in json.load(open(sys.argv[1]))))' " + (root.path() / "sets.json").string();
+            EXPECT_EQ(std::system(check.c_str()), 0);
+        }
+    }
+}
+
+// An administrator's script, on each real store: it lists the sets as
+// JSON, switches to one by the ID it read, sets a web proxy and reads it
+// back (tests/moresc/switch-web-proxy.sh).
+TEST(MorescScriptTest, SwitchSetAndWebProxyOnRealStores) {
+    for (const char* store : {kIMac, kMacBook, kBinary}) {
+        SCOPED_TRACE(store);
+        TempRoot root;
+        root.installStore(store);
+        PropertyListFormat format, formatAfter;
+        Parsed(StoreText(store), &format);
+        ProgramRun run =
+            RunProgram("/bin/bash", root, {MORESC_TEST_DATA_DIR "/../switch-web-proxy.sh", MORESC_EXECUTABLE});
+        EXPECT_EQ(run.exitStatus, 0) << run.err;
+        EXPECT_EQ(run.out, "web proxy proxy.example.com:3128 on\n") << run.err;
+        Parsed(TempRoot::ReadFile(root.storePath()), &formatAfter);
+        EXPECT_EQ(formatAfter, format);
+    }
+}
+
+// set-entity reads no more than a store may hold, whatever the input: a
+// device without end, a sparse file past the limit (refused before it is
+// read), a FIFO that no program writes to. An entity within the limit that
+// would make the store too large is refused by the save.
+TEST(MorescInputTest, InputIsBounded) {
+    TempRoot root;
+    const std::string big = root.write("/big.plist", "").string();
+    std::filesystem::resize_file(big, kSCPreferencesMaxFileSize + 1);
+    const std::string fifo = (root.path() / "fifo").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    // A store of a little over 32 MiB, and an entity of as much.
+    const std::string half(kSCPreferencesMaxFileSize / 2, 'x');
+    Value store = Parsed(StoreText(kSets));
+    Put(store, InService("12", {"Proxies"}), Dict({{"Filler", Str(half)}}));
+    const std::string fits = root.write("/fits.plist", Encoded(Dict({{"Filler", Str(half)}}))).string();
+    const std::string limit = std::to_string(kSCPreferencesMaxFileSize);
+    const std::pair<std::string, std::string> rows[] = {
+        {"/dev/zero", "moresc: set-entity: /dev/zero is larger than the limit of " + limit + " bytes\n"},
+        {big, "moresc: set-entity: " + big + " is larger than the limit of " + limit + " bytes\n"},
+        {fifo, "moresc: set-entity: " + fifo + " is not a property list whose root is a dictionary: empty file\n"},
+        {fits, "the store would be larger than the limit of " + limit + " bytes"},
+    };
+    for (const auto& [path, message] : rows) {
+        SCOPED_TRACE(path);
+        std::string before = path == fits ? Encoded(store) : StoreText(kSets);
+        root.writeStore(before);
+        ProgramRun run = RunMoresc(root, {"set-entity", "10", "Proxies", path});
+        EXPECT_EQ(run.exitStatus, path == fits ? 1 : 2);
+        EXPECT_NE(run.err.find(message), std::string::npos) << run.err;
+        EXPECT_TRUE(TempRoot::ReadFile(root.storePath()) == before);
+    }
 }
 
 }  // namespace
