@@ -12,7 +12,6 @@
 #include "platform/posix/RootPath.h"
 #include "platform/systemconfiguration/SCDynamicStoreInternal.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
-#include "platform/systemconfiguration/SCPreferencesTesting.h"
 
 namespace {
 
@@ -41,10 +40,6 @@ std::string StoreFilePath(CFStringRef prefsID) {
     return TarnwickRootPath(std::string(kStoreFolder) + "/" + id);
 }
 
-int StatusForFileError(int error) {
-    return (error == EACCES || error == EPERM || error == EROFS) ? kSCStatusAccessError : kSCStatusFailed;
-}
-
 void Complain(const char* action, const std::string& file, const std::string& fault) {
     std::fprintf(stderr, "SCPreferences: cannot %s %s: %s\n", action, file.c_str(), fault.c_str());
 }
@@ -57,22 +52,11 @@ std::size_t HashBytes(const std::string& bytes) { return std::hash<std::string_v
 int ReadStoreFile(const std::string& file, std::string* bytes, FileStamp* stamp, std::string* fault) {
     int error = 0;
     const char* kind = "";
-    switch (ReadRegularFile(file, kSCPreferencesMaxFileSize, bytes, stamp, &error, &kind)) {
-        case FileReadResult::Read:
-            return kSCStatusOK;
-        case FileReadResult::Missing:
-            return kSCStatusNoConfigFile;
-        case FileReadResult::NotRegular:
-            *fault = std::string("not a regular file but ") + kind;
-            return kSCStatusFailed;
-        case FileReadResult::TooLarge:
-            *fault = "larger than the limit of " + std::to_string(kSCPreferencesMaxFileSize) + " bytes";
-            return kSCStatusFailed;
-        case FileReadResult::Failed:
-            break;
-    }
-    *fault = std::strerror(error);
-    return StatusForFileError(error);
+    FileReadResult result = ReadRegularFile(file, kSCPreferencesMaxFileSize, bytes, stamp, &error, &kind);
+    if (result == FileReadResult::Read) return kSCStatusOK;
+    if (result == FileReadResult::Missing) return kSCStatusNoConfigFile;
+    *fault = DescribeFileReadFault(result, error, kind, kSCPreferencesMaxFileSize);
+    return result == FileReadResult::Failed ? StatusForFileError(error) : kSCStatusFailed;
 }
 
 // kSCStatusOK when the store file still holds what this handle read or
@@ -183,6 +167,10 @@ Boolean Finish(int status) {
 }  // namespace
 
 void _SCErrorSet(int status) { gSCStatus = status; }
+
+int StatusForFileError(int error) {
+    return (error == EACCES || error == EPERM || error == EROFS) ? kSCStatusAccessError : kSCStatusFailed;
+}
 
 int SCError(void) { return gSCStatus; }
 
@@ -328,24 +316,27 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     __SCPreferences* prefs = SCPreferencesInside(ref);
 
     // The running system takes the configuration as last committed, in the
-    // file of the same name under its run-time folder.
+    // store's own format (so that it carries all the store can hold), in
+    // the file of the same name under its run-time folder.
     std::string applied = TarnwickRootPath(std::string(kAppliedFolder) + "/" +
                                            std::filesystem::path(prefs->file).filename().string());
     std::string encoded;
     std::string fault;
-    int status = kSCStatusOK;
-    // The bytes of an XML store's last commit are the committed state in
-    // the form wanted: used as they are, not copied.
+    // The bytes of the last commit are the committed state: used as they
+    // are, not copied.
     const std::string* bytes = &prefs->savedBytes;
-    if (prefs->savedBytes.empty() || prefs->format != PropertyListFormat::XML) {
+    bool ok = true;
+    if (prefs->savedBytes.empty()) {
         bytes = &encoded;
-        if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &encoded, &fault))
-            status = kSCStatusFailed;
+        ok = PropertyListEncodeFileBytes(prefs->saved.get(), prefs->format, &encoded, &fault);
     }
     // Numbered, so that the live state store shows every apply in order.
-    if (status == kSCStatusOK && !SCDynamicStorePublishApplied(applied, *bytes, &fault)) status = kSCStatusFailed;
-    if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
-    return Finish(status);
+    if (ok) ok = SCDynamicStorePublishApplied(applied, *bytes, prefs->format, &fault);
+    if (ok) return Finish(kSCStatusOK);
+    // What was committed stays committed: only the running system missed it.
+    std::fprintf(stderr, "SCPreferences: %s: saved, but not applied: %s: %s\n", prefs->file.c_str(), applied.c_str(),
+                 fault.c_str());
+    return Finish(kSCStatusNoStoreServer);
 }
 
 CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef ref) {
@@ -404,5 +395,3 @@ Boolean SCPreferencesRemoveValue(SCPreferencesRef ref, CFStringRef key) {
     CFDictionaryRemoveValue(SCPreferencesWritableRoot(prefs), key);
     return Finish(kSCStatusOK);
 }
-
-void SCPreferencesInterruptNextCommitForTesting(long afterBytes) { AtomicFileInterruptNextWriteForTesting(afterBytes); }

@@ -36,6 +36,7 @@ enum {
     kSCStatusKeyExists = 1005,
     kSCStatusLocked = 1006,
     kSCStatusNeedLock = 1007,
+    kSCStatusNoStoreServer = 2002,
     kSCStatusNoPrefsSession = 3001,
     kSCStatusPrefsBusy = 3002,
     kSCStatusNoConfigFile = 3003,
@@ -66,7 +67,10 @@ Boolean SCPreferencesUnlock(SCPreferencesRef prefs);
 // crashed saves of the store left behind (".<name>.XXXXXX" beside it). Fails with kSCStatusStale, writing nothing, when
 // the file changed on disk since it was read.
 Boolean SCPreferencesCommitChanges(SCPreferencesRef prefs);
-// Hands the committed configuration to the running system.
+// Hands the committed configuration to the running system (the live state,
+// SCDynamicStore.h). Fails with kSCStatusNoStoreServer, after one line on
+// standard error ("<file>: saved, but not applied: <reason>"), when the
+// running system could not take it; the committed store stays as it is.
 Boolean SCPreferencesApplyChanges(SCPreferencesRef prefs);
 
 CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef prefs);
