@@ -2,6 +2,8 @@
 // the change read one copy of the store and save it once, at the end.
 #pragma once
 
+#include <optional>
+
 #include "moresc/Outcome.h"
 
 class Session {
@@ -26,4 +28,6 @@ public:
 
 private:
     Outcome* outcome_;
+    OSStatus err_ = noErr;
+    std::optional<MoreSCSessionScope> scope_;
 };
