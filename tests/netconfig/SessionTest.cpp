@@ -102,6 +102,20 @@ TEST_F(Session, PlatformFailuresAlwaysBecomeAStatus) {
     EXPECT_EQ(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), CFSTR("Missing")), nullptr);
     EXPECT_EQ(MoreSCErrorBoolean(false), kSCStatusNoKey);
     EXPECT_EQ(Close(noErr, false), noErr);
+    EXPECT_EQ(MoreSCToOSStatus(kSCStatusStale), kSCStatusStale);
+}
+
+// The client name is the caller's string, retained while it is the name
+// and let go when another replaces it.
+TEST_F(Session, TheClientNameIsKeptUntilReplaced) {
+    CFRef<CFStringRef> first(CFStringCreateWithCString(nullptr, "first", kCFStringEncodingUTF8));
+    CFIndex count = CFGetRetainCount(first.get());
+    EXPECT_EQ(MoreSCSetClient(first.get()), noErr);
+    EXPECT_EQ(MoreSCGetClient(), first.get());
+    EXPECT_EQ(CFGetRetainCount(first.get()), count + 1);
+    EXPECT_EQ(MoreSCSetClient(nullptr), noErr);
+    EXPECT_EQ(MoreSCGetClient(), nullptr);
+    EXPECT_EQ(CFGetRetainCount(first.get()), count);
 }
 
 }  // namespace
