@@ -174,26 +174,6 @@ int StatusForFileError(int error) {
 
 int SCError(void) { return gSCStatus; }
 
-const char* SCErrorString(int status) {
-    switch (status) {
-        case kSCStatusOK: return "Success";
-        case kSCStatusFailed: return "Failed";
-        case kSCStatusInvalidArgument: return "Invalid argument";
-        case kSCStatusAccessError: return "Permission denied";
-        case kSCStatusNoKey: return "No such key";
-        case kSCStatusKeyExists: return "Key already exists";
-        case kSCStatusLocked: return "Lock already held";
-        case kSCStatusNeedLock: return "Lock not held";
-        case kSCStatusNoPrefsSession: return "No preferences session";
-        case kSCStatusPrefsBusy: return "Preferences are locked by another process";
-        case kSCStatusNoConfigFile: return "Configuration file not found";
-        case kSCStatusNoLink: return "No such link";
-        case kSCStatusStale: return "Preferences changed on disk since they were read";
-        case kSCStatusMaxLink: return "Too many links";
-        default: return "Unknown error";
-    }
-}
-
 CFTypeID SCPreferencesGetTypeID(void) {
     static const CFTypeID typeID = _CFRuntimeRegisterClass("SCPreferences");
     return typeID;
@@ -339,20 +319,6 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     return Finish(kSCStatusNoStoreServer);
 }
 
-CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef ref) {
-    if (ref == nil) {
-        _SCErrorSet(kSCStatusInvalidArgument);
-        return nil;
-    }
-    CFDictionaryRef root = SCPreferencesInside(ref)->tree.get();
-    CFIndex count = CFDictionaryGetCount(root);
-    std::vector<const void*> keys(static_cast<std::size_t>(count));
-    CFDictionaryGetKeysAndValues(root, keys.data(), nullptr);
-    CFArrayRef list = CFArrayCreate(kCFAllocatorDefault, keys.data(), count, &kCFTypeArrayCallBacks);
-    _SCErrorSet(list != nil ? kSCStatusOK : kSCStatusFailed);
-    return list;
-}
-
 CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef ref, CFStringRef key) {
     if (ref == nil || key == nil) {
         _SCErrorSet(kSCStatusInvalidArgument);
@@ -363,35 +329,12 @@ CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef ref, CFStringRef key) {
     return value;
 }
 
-namespace {
-
-// Stores a private, mutable copy of value at key of the root; with
-// onlyIfAbsent, an existing key is an error.
-Boolean StoreRootValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value, bool onlyIfAbsent) {
+Boolean SCPreferencesSetValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value) {
     if (ref == nil || key == nil || value == nil) return Finish(kSCStatusInvalidArgument);
-    __SCPreferences* prefs = SCPreferencesInside(ref);
-    if (onlyIfAbsent && CFDictionaryContainsKey(prefs->tree.get(), key)) return Finish(kSCStatusKeyExists);
+    // A private, mutable copy of the value.
     CFRef<CFPropertyListRef> copy(
         CFPropertyListCreateDeepCopy(kCFAllocatorDefault, value, kCFPropertyListMutableContainers));
     if (!copy) return Finish(kSCStatusInvalidArgument);
-    CFDictionarySetValue(SCPreferencesWritableRoot(prefs), key, copy.get());
-    return Finish(kSCStatusOK);
-}
-
-}  // namespace
-
-Boolean SCPreferencesAddValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value) {
-    return StoreRootValue(ref, key, value, true);
-}
-
-Boolean SCPreferencesSetValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value) {
-    return StoreRootValue(ref, key, value, false);
-}
-
-Boolean SCPreferencesRemoveValue(SCPreferencesRef ref, CFStringRef key) {
-    if (ref == nil || key == nil) return Finish(kSCStatusInvalidArgument);
-    __SCPreferences* prefs = SCPreferencesInside(ref);
-    if (!CFDictionaryContainsKey(prefs->tree.get(), key)) return Finish(kSCStatusNoKey);
-    CFDictionaryRemoveValue(SCPreferencesWritableRoot(prefs), key);
+    CFDictionarySetValue(SCPreferencesWritableRoot(SCPreferencesInside(ref)), key, copy.get());
     return Finish(kSCStatusOK);
 }

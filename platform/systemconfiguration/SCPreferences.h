@@ -47,7 +47,6 @@ enum {
 
 // The status left by the last SystemConfiguration call of this process.
 int SCError(void);
-const char* SCErrorString(int status);
 
 // The largest store file read, in bytes (64 MiB).
 enum : unsigned long { kSCPreferencesMaxFileSize = 64UL * 1024 * 1024 };
@@ -73,11 +72,8 @@ Boolean SCPreferencesCommitChanges(SCPreferencesRef prefs);
 // running system could not take it; the committed store stays as it is.
 Boolean SCPreferencesApplyChanges(SCPreferencesRef prefs);
 
-CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef prefs);
 CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef prefs, CFStringRef key);
-Boolean SCPreferencesAddValue(SCPreferencesRef prefs, CFStringRef key, CFPropertyListRef value);
 Boolean SCPreferencesSetValue(SCPreferencesRef prefs, CFStringRef key, CFPropertyListRef value);
-Boolean SCPreferencesRemoveValue(SCPreferencesRef prefs, CFStringRef key);
 
 CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef prefs, CFStringRef path);
 // Creates missing intermediate dictionaries.
@@ -87,4 +83,3 @@ Boolean SCPreferencesPathRemoveValue(SCPreferencesRef prefs, CFStringRef path);
 // The target path of the link at path, or nil (kSCStatusNoKey) when the
 // node is missing or is not a link.
 CFStringRef SCPreferencesPathGetLink(SCPreferencesRef prefs, CFStringRef path);
-Boolean SCPreferencesPathSetLink(SCPreferencesRef prefs, CFStringRef path, CFStringRef link);

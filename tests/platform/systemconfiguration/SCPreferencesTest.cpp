@@ -176,7 +176,9 @@ TEST_F(SCPreferencesTest, PathsAndLinksWalkAlikeInOneByteAndWideText) {
         auto set = [&](const char* path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), P(path).get(), entity.get()); }; };
         auto remove = [&](const char* path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), P(path).get()); }; };
         auto link = [&](const char* path, const char* target) {
-            return [&, path, target] { return SCPreferencesPathSetLink(prefs.get(), P(path).get(), P(target).get()); };
+            return [&, path, target] {
+                return SCPreferencesPathSetValue(prefs.get(), P(path).get(), Entity(CFSTR("__LINK__"), P(target).get()).get());
+            };
         };
         ExpectSteps({
             {set("/NetworkServices/7/Proxies"), kSCStatusOK},
