@@ -51,16 +51,6 @@ TEST_F(Session, OnlyTheOutermostCloseSavesAndApplies) {
     }
 }
 
-TEST_F(Session, AFailedSaveReachesTheCallerAndIsNotApplied) {
-    ASSERT_EQ(MoreSCOpen(false, false), noErr);
-    ChangeStore();
-    root_.writeStore(std::string(kTwoSetStore) + "\n");  // someone else saves meanwhile
-    StderrCapture reports;
-    EXPECT_EQ(Close(noErr, true), kSCStatusStale);
-    EXPECT_FALSE(Applied());
-    EXPECT_EQ(reports.text().find("MoreAssert"), std::string::npos);
-}
-
 // The lock is taken once, by whichever open first asks for it, and held to
 // the outermost close; another process is kept out meanwhile. A lock held
 // by another process makes the open busy: counted, with the store open but

@@ -48,10 +48,6 @@ struct stat Stat(const fs::path& file) {
     return info;
 }
 
-std::string AppliedText(const TempRoot& root) {
-    return TempRoot::ReadFile(root.path() / "var/run/SystemConfiguration/preferences.plist");
-}
-
 // While it lives, file permissions bind this process as they bind everyone
 // else, the super-user included: it gives up the capabilities that
 // override them.
@@ -306,9 +302,7 @@ TEST_F(SCPreferencesTest, SaveAfterAnotherProgramsChangeIsRefusedAsStale) {
     }
 }
 
-// A save keeps the file's format and mode; an apply hands the running
-// system the committed state, in the store's format.
-TEST_F(SCPreferencesTest, SaveKeepsFormatAndModeAndApplyRecordsTheCommittedState) {
+TEST_F(SCPreferencesTest, SaveKeepsFormatAndMode) {
     auto file = root.installStore("ios-binary.plist");
     fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     Prefs prefs = Open();
@@ -317,23 +311,6 @@ TEST_F(SCPreferencesTest, SaveKeepsFormatAndModeAndApplyRecordsTheCommittedState
     ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
     EXPECT_EQ(TempRoot::ReadFile(file).rfind("bplist00", 0), 0u);
     EXPECT_EQ(Stat(file).st_mode & 07777, 0600u);
-
-    SCPreferencesSetValue(prefs.get(), CFSTR("NotCommitted"), CFSTR("yes"));
-    ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
-    std::string applied = AppliedText(root);
-    EXPECT_EQ(applied.rfind("bplist00<!-- generation 1 -->", 0), 0u);
-    EXPECT_NE(applied.find("Committed"), std::string::npos);
-    EXPECT_EQ(applied.find("NotCommitted"), std::string::npos);
-
-    // A run-time folder that cannot be made: the apply fails and says so.
-    fs::remove_all(root.path() / "var");
-    root.write("/var/run", "a file where a folder belongs");
-    StderrCapture said;
-    EXPECT_FALSE(SCPreferencesApplyChanges(prefs.get()));
-    EXPECT_EQ(SCError(), kSCStatusNoStoreServer);
-    EXPECT_EQ(said.text().rfind("SCPreferences: " + file.string() + ": saved, but not applied: ", 0), 0u)
-        << said.text();
-    EXPECT_EQ(Lines(said.text()), 1u) << said.text();
 }
 
 TEST_F(SCPreferencesTest, TheLastSaveIsReusedOnlyWhileTheFileIsAsWritten) {
