@@ -202,6 +202,13 @@ TEST_F(SCDynamicStoreTest, UnreadableStateFailsWithOneLineAndIsNeverOverwritten)
     EXPECT_EQ(Method(store.get(), "S1"), "(none)");
     EXPECT_EQ(SCError(), kSCStatusFailed);
     EXPECT_NE(report.text().find("not a regular file"), std::string::npos);
+    // Nor does a state larger than any store: it is not read at all.
+    std::filesystem::remove(PublishedFile());
+    root.write("/var/run/SystemConfiguration/preferences.plist", "");
+    std::filesystem::resize_file(PublishedFile(), kSCPreferencesMaxFileSize + 1);
+    StderrCapture large;
+    EXPECT_EQ(Method(store.get(), "S1"), "(none)");
+    EXPECT_NE(large.text().find("larger than the limit"), std::string::npos);
 }
 
 }  // namespace
