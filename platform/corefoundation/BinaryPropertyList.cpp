@@ -492,3 +492,35 @@ CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string
     Decoder decoder(bytes, fault);
     return decoder.decode();
 }
+
+bool BinaryPropertyListMakeRoomAfterHeader(std::string_view bytes, std::size_t room, std::size_t* objectsEnd,
+                                           std::string* tableAndTrailer) {
+    if (bytes.size() < 8 + kTrailerSize || bytes.substr(0, 8) != "bplist00") return false;
+    const uint8_t* data = reinterpret_cast<const uint8_t*>(bytes.data());
+    const uint8_t* trailer = data + bytes.size() - kTrailerSize;
+    unsigned offsetSize = trailer[6];
+    uint64_t count = ReadBigEndian(trailer + 8, 8);
+    uint64_t tableOffset = ReadBigEndian(trailer + 24, 8);
+    std::size_t tableEnd = bytes.size() - kTrailerSize;
+    if (offsetSize < 1 || offsetSize > 8 || tableOffset < 8 || tableOffset > tableEnd ||
+        count > (tableEnd - tableOffset) / offsetSize)
+        return false;
+
+    // Every object moves by room; so does the table, whose entries may
+    // need more bytes each.
+    uint64_t movedTableOffset = tableOffset + room;
+    unsigned movedOffsetSize = ByteSizeFor(movedTableOffset);
+    tableAndTrailer->clear();
+    tableAndTrailer->reserve(static_cast<std::size_t>(count) * movedOffsetSize + kTrailerSize);
+    for (uint64_t i = 0; i < count; ++i) {
+        AppendBigEndian(tableAndTrailer, ReadBigEndian(data + tableOffset + i * offsetSize, offsetSize) + room,
+                        movedOffsetSize);
+    }
+    tableAndTrailer->append(reinterpret_cast<const char*>(trailer), 6);
+    tableAndTrailer->push_back(static_cast<char>(movedOffsetSize));
+    // The reference size, the object count and the top object stay.
+    tableAndTrailer->append(reinterpret_cast<const char*>(trailer) + 7, 17);
+    AppendBigEndian(tableAndTrailer, movedTableOffset, 8);
+    *objectsEnd = static_cast<std::size_t>(tableOffset);
+    return true;
+}

@@ -42,14 +42,6 @@ public:
         return handle;
     }
 
-    kern_return_t Retain(io_object_t handle) {
-        std::lock_guard<std::mutex> lock(mutex_);
-        auto found = objects_.find(handle);
-        if (found == objects_.end()) return kIOReturnBadArgument;
-        ++found->second.references;
-        return kIOReturnSuccess;
-    }
-
     kern_return_t Release(io_object_t handle) {
         std::unique_lock<std::mutex> lock(mutex_);
         auto found = objects_.find(handle);
@@ -236,8 +228,6 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
     if (!Handles().TakeNext(iterator, &registry, &entry)) return IO_OBJECT_NULL;
     return AddEntryHandle(std::move(registry), entry);
 }
-
-kern_return_t IOObjectRetain(io_object_t object) { return Handles().Retain(object); }
 
 kern_return_t IOObjectRelease(io_object_t object) { return Handles().Release(object); }
 

@@ -61,9 +61,8 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t masterPort, CFDictionaryR
 // for anything that is not an iterator).
 io_object_t IOIteratorNext(io_iterator_t iterator);
 
-// Adds or gives back one reference to an object. kIOReturnBadArgument for
-// a value that is not a live object.
-kern_return_t IOObjectRetain(io_object_t object);
+// Gives back one reference to an object. kIOReturnBadArgument for a value
+// that is not a live object.
 kern_return_t IOObjectRelease(io_object_t object);
 
 // Whether the object's class is className or derives from it. The class

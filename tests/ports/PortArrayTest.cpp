@@ -234,6 +234,9 @@ TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {
     sys.NetInterface("usb0", "pci0000:00/0000:00:14.0/usb1/1-2/1-2:1.0", "not-an-address");
     sys.Device("pci0000:00/0000:04:00.0", "pci");
     sys.NetInterface("wlan0", "pci0000:00/0000:04:00.0", "5c:e0:c5:00:00:07", "1", true);
+    sys.Device("pci0000:00/0000:05:00.0", "pci");  // a Wi-Fi card known by its phy80211 link alone
+    sys.NetInterface("wlp5s0", "pci0000:00/0000:05:00.0", "5c:e0:c5:00:00:08");
+    std::filesystem::create_directories(root.path() / "sys/devices/pci0000:00/0000:05:00.0/net/wlp5s0/phy80211");
     sys.NetInterface("lo", "", "00:00:00:00:00:00", "772");  // not ports: virtual, or not Ethernet
     sys.NetInterface("br0", "", "4a:09:db:48:bd:28");
     sys.NetInterface("ib0", "pci0000:00/0000:04:00.0", "80:00:00:48:fe:80", "32");
@@ -257,6 +260,7 @@ TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {
                      "6 PCI Ethernet Slot unknown eno1 00:1b:21:3a:4f:02",
                      "6 PCI Ethernet Slot unknown eth0 02:fc:00:00:00:01",
                      "8 Wireless Network Adaptor wlan0 5c:e0:c5:00:00:07",
+                     "8 Wireless Network Adaptor wlp5s0 5c:e0:c5:00:00:08",
                      "9 Ethernet Adaptor (usb0) usb0"}),
               listing.Column({"SortOrder", "UserDefinedName", "DeviceName", "MACAddress"}));
 }
