@@ -285,11 +285,20 @@ void DictionaryAddNewKey(CFMutableDictionaryRef theDict, const void* key, const 
 
 const void* DictionaryGetValueForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length,
                                       bool* searched) {
+    const void* key = nil;
+    return DictionaryGetEntryForText(theDict, text, length, searched, &key);
+}
+
+const void* DictionaryGetEntryForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length, bool* searched,
+                                      const void** key) {
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetValue");
     *searched = dict.keyCallBacks_->equal == CFEqual && dict.keyCallBacks_->hash == CFHash;
+    *key = nil;
     if (!*searched) return nil;
     const __CFDictionary::Entry* entry = dict.findText(text, length);
-    return entry != nil ? entry->value : nil;
+    if (entry == nil) return nil;
+    *key = entry->key;
+    return entry->value;
 }
 
 }  // namespace cfrt

@@ -65,6 +65,10 @@ void DictionaryAddNewKey(CFMutableDictionaryRef dict, const void* key, const voi
 // the key. *searched is false when the dictionary has other callbacks, and
 // then the caller must look the key up as a string.
 const void* DictionaryGetValueForText(CFDictionaryRef dict, const UInt8* text, std::size_t length, bool* searched);
+// The same, also handing out the dictionary's own key object for the text
+// (borrowed, as the value is) when there is one.
+const void* DictionaryGetEntryForText(CFDictionaryRef dict, const UInt8* text, std::size_t length, bool* searched,
+                                      const void** key);
 
 // One shared copy of each distinct set of container callbacks (nil stands
 // for all-empty ones), so that a container holds a pointer rather than its

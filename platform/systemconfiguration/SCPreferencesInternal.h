@@ -3,6 +3,9 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CFRuntime.h"
@@ -11,8 +14,33 @@
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 
+// The link lookups a handle has answered, so that asking again for the same
+// link (a walk over a set's services asks for each service's link several
+// times) takes no walk through the tree. Only lookups whose way went
+// through no other link are kept: their answer depends on nothing but the
+// nodes on that way, so a write drops exactly the answers whose way it
+// crossed (see SCPreferencesPath.cpp). Keyed by the text of the path
+// without its last key, then by that key.
+struct SCLinkIndex {
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    struct Link {
+        CFRef<CFStringRef> key;     // the link's key in its dictionary, whose text keys the entry
+        CFRef<CFStringRef> target;  // the path the link holds
+    };
+    struct Group {
+        std::vector<std::string> parentKeys;  // the keys of the way to the links' dictionary
+        std::unordered_map<std::string_view, Link, TextHash> links;
+    };
+    std::unordered_map<std::string, Group, TextHash, std::equal_to<>> groups;
+};
+
 struct __SCPreferences : __CFRuntimeBase {
     __SCPreferences() : __CFRuntimeBase(SCPreferencesGetTypeID()) {}
+    // Hands its text buffer on to the next read or save (see TakeTextBuffer).
+    ~__SCPreferences() override;
 
     std::string name;  // the client's name, for messages
     std::string file;  // absolute path of the store file
@@ -34,6 +62,8 @@ struct __SCPreferences : __CFRuntimeBase {
     std::string savedBytes;
     PropertyListFormat format = PropertyListFormat::XML;
 
+    SCLinkIndex links;  // answers of link lookups in tree
+
     FileLock lock;
 };
 
@@ -50,4 +80,10 @@ int StatusForFileError(int error);
 // The root dictionary, made the handle's own first so that it may be
 // changed.
 CFMutableDictionaryRef SCPreferencesWritableRoot(__SCPreferences* prefs);
+
+// Forgets the link lookups that a change of tree may have made wrong: all
+// of them for a tree replaced whole (keys empty), otherwise those whose way
+// went through the node at keys (a link-free chain of keys from the root),
+// or to it.
+void SCPreferencesForgetLinks(__SCPreferences* prefs, const std::vector<std::string_view>& keys);
 
