@@ -18,8 +18,7 @@ const CFArrayCallBacks kCFTypeArrayCallBacks = {0, RetainObject, ReleaseObject, 
 
 struct __CFArray : __CFRuntimeBase {
     __CFArray(const CFArrayCallBacks* callBacks, bool isMutable)
-        : __CFRuntimeBase(cfrt::kArrayTypeID), callBacks_(cfrt::InternCallBacks(callBacks)),
-          mutable_(isMutable) {}
+        : __CFRuntimeBase(cfrt::kArrayTypeID), mutable_(isMutable), callBacks_(cfrt::InternCallBacks(callBacks)) {}
     ~__CFArray() override {
         for (const void* value : values_) releaseValue(value);
     }
@@ -49,8 +48,8 @@ struct __CFArray : __CFRuntimeBase {
         return a == b || (callBacks_->equal != nil && callBacks_->equal(a, b));
     }
 
+    bool mutable_;  // first, in the room the base object leaves at its end
     const CFArrayCallBacks* callBacks_;
-    bool mutable_;
     std::vector<const void*> values_;
 };
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -49,9 +50,9 @@ struct __CFDictionary : __CFRuntimeBase {
     __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks, const CFDictionaryValueCallBacks* valueCallBacks,
                    bool isMutable)
         : __CFRuntimeBase(cfrt::kDictionaryTypeID),
+          mutable_(isMutable),
           keyCallBacks_(cfrt::InternCallBacks(keyCallBacks)),
-          valueCallBacks_(cfrt::InternCallBacks(valueCallBacks)),
-          mutable_(isMutable) {}
+          valueCallBacks_(cfrt::InternCallBacks(valueCallBacks)) {}
 
     ~__CFDictionary() override {
         for (const Entry& entry : entries_) {
@@ -224,12 +225,32 @@ struct __CFDictionary : __CFRuntimeBase {
         return a == b || (valueCallBacks_->equal != nil && valueCallBacks_->equal(a, b));
     }
 
+    // The hash index, held apart: most dictionaries never have one, and a
+    // store holds tens of thousands of them.
+    class HashIndex {
+    public:
+        bool empty() const { return !slots_; }
+        std::size_t size() const { return slots_->size(); }
+        UInt32& operator[](std::size_t i) { return (*slots_)[i]; }
+        UInt32 operator[](std::size_t i) const { return (*slots_)[i]; }
+        void assign(std::size_t count, UInt32 value) {
+            if (!slots_) slots_ = std::make_unique<std::vector<UInt32>>();
+            slots_->assign(count, value);
+        }
+        void clear() { slots_.reset(); }
+
+    private:
+        std::unique_ptr<std::vector<UInt32>> slots_;
+    };
+
+    // The two small fields first, so that they fit in the room the base
+    // object leaves at its end.
+    bool mutable_;
+    UInt32 removed_ = 0;
     const CFDictionaryKeyCallBacks* keyCallBacks_;
     const CFDictionaryValueCallBacks* valueCallBacks_;
-    bool mutable_;
-    std::size_t removed_ = 0;
     std::vector<Entry> entries_;
-    std::vector<UInt32> index_;  // empty while the dictionary is small
+    HashIndex index_;  // empty while the dictionary is small
 };
 
 const char __CFDictionary::kRemoved = 0;
