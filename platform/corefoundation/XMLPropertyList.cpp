@@ -463,10 +463,9 @@ private:
         if (static_cast<std::size_t>(end_ - cur_) >= length) [[likely]] return;
         std::size_t used = static_cast<std::size_t>(cur_ - text_.data());
         std::size_t step = std::clamp<std::size_t>(used, 4096, std::size_t(1) << 20);
-        std::size_t size = used + length + step;
-        if (size > text_.capacity()) size = std::max(size, 2 * text_.capacity());
-        else size = std::min(std::max(size, used + length), text_.capacity());
-        text_.resize(size);
+        std::size_t need = used + length;
+        std::size_t room = text_.capacity();
+        text_.resize(need <= room ? std::min(room, need + step) : std::max(need + step, 2 * room));
         cur_ = text_.data() + used;
         end_ = text_.data() + text_.size();
     }
