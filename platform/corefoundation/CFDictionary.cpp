@@ -32,6 +32,29 @@ const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, RetainObject, ReleaseObject,
                                                                     CFCopyDescription, CFEqual};
 
+namespace {
+
+// The shared copy of a dictionary's callbacks. The standard ones, which
+// nearly every dictionary has, are constants: found once, not searched for
+// at every dictionary made.
+const CFDictionaryKeyCallBacks* SharedKeyCallBacks(const CFDictionaryKeyCallBacks* callBacks) {
+    if (callBacks == &kCFTypeDictionaryKeyCallBacks) {
+        static const CFDictionaryKeyCallBacks* standard = cfrt::InternCallBacks(callBacks);
+        return standard;
+    }
+    return cfrt::InternCallBacks(callBacks);
+}
+
+const CFDictionaryValueCallBacks* SharedValueCallBacks(const CFDictionaryValueCallBacks* callBacks) {
+    if (callBacks == &kCFTypeDictionaryValueCallBacks) {
+        static const CFDictionaryValueCallBacks* standard = cfrt::InternCallBacks(callBacks);
+        return standard;
+    }
+    return cfrt::InternCallBacks(callBacks);
+}
+
+}  // namespace
+
 struct __CFDictionary : __CFRuntimeBase {
     struct Entry {
         const void* key;
@@ -51,8 +74,8 @@ struct __CFDictionary : __CFRuntimeBase {
                    bool isMutable)
         : __CFRuntimeBase(cfrt::kDictionaryTypeID),
           mutable_(isMutable),
-          keyCallBacks_(cfrt::InternCallBacks(keyCallBacks)),
-          valueCallBacks_(cfrt::InternCallBacks(valueCallBacks)) {}
+          keyCallBacks_(SharedKeyCallBacks(keyCallBacks)),
+          valueCallBacks_(SharedValueCallBacks(valueCallBacks)) {}
 
     ~__CFDictionary() override {
         for (const Entry& entry : entries_) {
@@ -98,9 +121,15 @@ struct __CFDictionary : __CFRuntimeBase {
 
     void reserve(std::size_t count) { entries_.reserve(count); }
 
-    void add(const void* key, const void* value) {
-        const void* ownKey = keyCallBacks_->retain != nil ? keyCallBacks_->retain(kCFAllocatorDefault, key) : key;
-        const void* ownValue = retainValue(value);
+    // Adds an entry for a key that is not there; adopt takes over the
+    // caller's claims on key and value instead of retaining them.
+    void add(const void* key, const void* value, bool adopt = false) {
+        const void* ownKey = key;
+        const void* ownValue = value;
+        if (!adopt) {
+            if (keyCallBacks_->retain != nil) ownKey = keyCallBacks_->retain(kCFAllocatorDefault, key);
+            ownValue = retainValue(value);
+        }
         entries_.push_back(Entry{ownKey, ownValue});
         if (!index_.empty()) {
             if (2 * entries_.size() > index_.size()) rebuildIndex();
@@ -302,6 +331,13 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef theDict, int 
 void DictionaryAddNewKey(CFMutableDictionaryRef theDict, const void* key, const void* value) {
     __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
     dict.add(key, value);
+}
+
+void DictionaryAdoptNewKey(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
+    if (dict.keyCallBacks_->retain != RetainObject || dict.valueCallBacks_->retain != RetainObject)
+        cfrt::Fatal("CFDictionary: an entry adopted by a dictionary that does not retain its entries");
+    dict.add(key, value, true);
 }
 
 const void* DictionaryGetValueForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length,

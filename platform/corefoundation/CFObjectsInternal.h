@@ -59,6 +59,10 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef dict, int dep
 // first: the caller knows it is not there (a reader whose keys are unique
 // by identity, say). Retains both through the dictionary's callbacks.
 void DictionaryAddNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
+// The same, taking over the caller's claims on key and value rather than
+// retaining them (for a dictionary with the standard callbacks, which
+// release them in the end).
+void DictionaryAdoptNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
 
 // The value for a key given as one-byte text (Latin-1 code units), in a
 // dictionary with the standard key callbacks, without making a string for

@@ -234,7 +234,9 @@ private:
                 kCFAllocatorDefault, static_cast<CFIndex>(count / 2), &kCFTypeDictionaryKeyCallBacks,
                 &kCFTypeDictionaryValueCallBacks);
             if (keysDistinct(children, count)) {
-                for (std::size_t i = 0; i < count; i += 2) cfrt::DictionaryAddNewKey(dict, children[i], children[i + 1]);
+                // The dictionary takes over the claims on its children.
+                for (std::size_t i = 0; i < count; i += 2) cfrt::DictionaryAdoptNewKey(dict, children[i], children[i + 1]);
+                count = 0;
             } else {
                 // A key given twice keeps its first place and its last value.
                 for (std::size_t i = 0; i < count; i += 2) CFDictionarySetValue(dict, children[i], children[i + 1]);
@@ -246,6 +248,7 @@ private:
             for (std::size_t i = 0; i < count; ++i) CFArrayAppendValue(array, children[i]);
             container = array;
         }
+        // The claims that the container did not take over.
         for (std::size_t i = 0; i < count; ++i) CFRelease(children[i]);
         items_.resize(frame.firstItem);
         items_.push_back(container);
