@@ -2,6 +2,7 @@
 // implement the store (the handle and its file, and the path operations).
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -14,27 +15,30 @@
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 
+// A hash of bytes, eight at a time.
+std::uint64_t SCHashBytes(const void* data, std::size_t size);
+
 // The link lookups a handle has answered, so that asking again for the same
 // link (a walk over a set's services asks for each service's link several
 // times) takes no walk through the tree. Only lookups whose way went
 // through no other link are kept: their answer depends on nothing but the
 // nodes on that way, so a write drops exactly the answers whose way it
-// crossed (see SCPreferencesPath.cpp). Keyed by the text of the path
-// without its last key, then by that key.
+// crossed (see SCPreferencesPath.cpp).
 struct SCLinkIndex {
-    struct TextHash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    // The links of one dictionary: the keys of the way to it, and the
+    // path hashes of the links known in it.
+    struct Group {
+        std::string path;                     // "/Sets/0/Network/Service"
+        std::vector<std::string> parentKeys;  // "Sets", "0", "Network", "Service"
+        std::vector<std::uint64_t> links;
     };
     struct Link {
-        CFRef<CFStringRef> key;     // the link's key in its dictionary, whose text keys the entry
+        std::size_t group;          // the index of its group
+        CFRef<CFStringRef> key;     // the link's key in the dictionary
         CFRef<CFStringRef> target;  // the path the link holds
     };
-    struct Group {
-        std::vector<std::string> parentKeys;  // the keys of the way to the links' dictionary
-        std::unordered_map<std::string_view, Link, TextHash> links;
-    };
-    std::unordered_map<std::string, Group, TextHash, std::equal_to<>> groups;
+    std::vector<Group> groups;
+    std::unordered_map<std::uint64_t, Link> links;  // by the hash of the path's text
 };
 
 struct __SCPreferences : __CFRuntimeBase {

@@ -256,47 +256,76 @@ void ForgetLinksAt(__SCPreferences* prefs, const PathComponents& keys) {
     SCPreferencesForgetLinks(prefs, texts);
 }
 
-// A link path of plain one-byte text ("/a/b/c": no empty component) split
-// into the path of its dictionary and its last key; false for any other.
-bool SplitLinkPath(CFStringRef path, std::string_view* parent, std::string_view* key) {
-    if (path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return false;
+std::string_view TextOf(CFStringRef string) {
+    __CFString::View view = string->view();
+    return std::string_view(reinterpret_cast<const char*>(view.narrow()), view.length);
+}
+
+// The remembered answer for path, or nil.
+CFStringRef KnownLink(const __SCPreferences* prefs, CFStringRef path) {
+    if (prefs->links.links.empty() || path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return nil;
     __CFString::View view = path->view();
-    if (view.wide || view.length < 2 || view.narrow()[0] != '/') return false;
+    if (view.wide) return nil;
+    auto link = prefs->links.links.find(SCHashBytes(view.data, view.length));
+    if (link == prefs->links.links.end()) return nil;
+    // The same hash is not yet the same path: the text must be the group's
+    // path, "/" and the link's key.
     std::string_view text(reinterpret_cast<const char*>(view.narrow()), view.length);
-    if (text.back() == '/') return false;
+    const std::string& parent = prefs->links.groups[link->second.group].path;
+    std::string_view key = TextOf(link->second.key.get());
+    if (text.size() != parent.size() + 1 + key.size() || text.compare(0, parent.size(), parent) != 0 ||
+        text[parent.size()] != '/' || text.substr(parent.size() + 1) != key)
+        return nil;
+    return link->second.target.get();
+}
+
+// Remembers the answer for path, a link found in a walk that went through
+// no other link; key is the link's key object in its dictionary.
+void RememberLink(__SCPreferences* prefs, CFStringRef path, CFStringRef key, CFStringRef target) {
+    __CFString::View view = path->view();
+    if (view.wide || key->view().wide) return;
+    std::string_view text(reinterpret_cast<const char*>(view.narrow()), view.length);
+    // Only a path of plain keys ("/a/b/c"), whose text is then the group's
+    // path, "/" and the key.
+    if (text.size() < 2 || text.front() != '/' || text.back() == '/') return;
     for (std::size_t i = 1; i < text.size(); ++i) {
-        if (text[i] == '/' && text[i - 1] == '/') return false;
+        if (text[i] == '/' && text[i - 1] == '/') return;
     }
-    std::size_t slash = text.rfind('/');
-    *parent = text.substr(0, slash);
-    *key = text.substr(slash + 1);
-    return true;
-}
-
-CFStringRef KnownLink(const __SCPreferences* prefs, std::string_view parent, std::string_view key) {
-    auto group = prefs->links.groups.find(parent);
-    if (group == prefs->links.groups.end()) return nil;
-    auto link = group->second.links.find(key);
-    return link == group->second.links.end() ? nil : link->second.target.get();
-}
-
-// key is the link's key object in its dictionary, and holds key's text.
-void RememberLink(__SCPreferences* prefs, std::string_view parent, CFStringRef key, CFStringRef target) {
-    __CFString::View text = key->view();
-    if (text.wide) return;
-    auto [group, made] = prefs->links.groups.try_emplace(std::string(parent));
-    if (made) {
+    std::string_view parent = text.substr(0, text.rfind('/'));
+    std::vector<SCLinkIndex::Group>& groups = prefs->links.groups;
+    std::size_t group = 0;
+    while (group < groups.size() && groups[group].path != parent) ++group;
+    if (group == groups.size()) {
+        SCLinkIndex::Group made;
+        made.path = parent;
         for (std::size_t at = 1; at < parent.size();) {
             std::size_t end = parent.find('/', at);
             if (end == std::string_view::npos) end = parent.size();
-            group->second.parentKeys.emplace_back(parent.substr(at, end - at));
+            made.parentKeys.emplace_back(parent.substr(at, end - at));
             at = end + 1;
         }
+        groups.push_back(std::move(made));
     }
-    std::string_view name(reinterpret_cast<const char*>(text.narrow()), text.length);
-    group->second.links.erase(name);
-    group->second.links.emplace(name, SCLinkIndex::Link{CFRef<CFStringRef>::Retain(key),
-                                                        CFRef<CFStringRef>::Retain(target)});
+    std::uint64_t hash = SCHashBytes(view.data, view.length);
+    prefs->links.links.insert_or_assign(
+        hash, SCLinkIndex::Link{group, CFRef<CFStringRef>::Retain(key), CFRef<CFStringRef>::Retain(target)});
+    groups[group].links.push_back(hash);
+}
+
+// Drops the answers of one group: all of them, or those for one key.
+void ForgetGroup(__SCPreferences* prefs, std::size_t group, const std::string_view* key) {
+    SCLinkIndex::Group& links = prefs->links.groups[group];
+    std::size_t kept = 0;
+    for (std::uint64_t hash : links.links) {
+        auto link = prefs->links.links.find(hash);
+        if (link == prefs->links.links.end() || link->second.group != group) continue;
+        if (key != nullptr && TextOf(link->second.key.get()) != *key) {
+            links.links[kept++] = hash;
+            continue;
+        }
+        prefs->links.links.erase(link);
+    }
+    links.links.resize(kept);
 }
 
 // The child dictionary of parent at key, made parent's own first: when
@@ -378,13 +407,9 @@ CFStringRef SCPreferencesPathGetLink(SCPreferencesRef ref, CFStringRef path) {
         return nil;
     }
     __SCPreferences* prefs = SCPreferencesInside(ref);
-    std::string_view parent, key;
-    bool plain = SplitLinkPath(path, &parent, &key);
-    if (plain) {
-        if (CFStringRef known = KnownLink(prefs, parent, key)) {
-            _SCErrorSet(kSCStatusOK);
-            return known;
-        }
+    if (CFStringRef known = KnownLink(prefs, path)) {
+        _SCErrorSet(kSCStatusOK);
+        return known;
     }
     TextWalk w;
     w.walk = Walk::Lookup;
@@ -407,7 +432,7 @@ CFStringRef SCPreferencesPathGetLink(SCPreferencesRef ref, CFStringRef path) {
     }
     CFStringRef link = status == kSCStatusOK ? LinkTarget(node) : nil;
     if (status == kSCStatusOK && link == nil) status = kSCStatusNoKey;
-    if (link != nil && plain && direct) RememberLink(prefs, parent, static_cast<CFStringRef>(w.lastKey), link);
+    if (link != nil && direct) RememberLink(prefs, path, static_cast<CFStringRef>(w.lastKey), link);
     _SCErrorSet(status);
     return link;
 }
@@ -434,23 +459,18 @@ Boolean SCPreferencesPathRemoveValue(SCPreferencesRef ref, CFStringRef path) {
 }
 
 void SCPreferencesForgetLinks(__SCPreferences* prefs, const std::vector<std::string_view>& keys) {
-    auto& groups = prefs->links.groups;
+    SCLinkIndex& index = prefs->links;
     if (keys.empty()) {
-        groups.clear();
+        index = SCLinkIndex();
         return;
     }
-    for (auto group = groups.begin(); group != groups.end();) {
-        const std::vector<std::string>& way = group->second.parentKeys;
+    for (std::size_t group = 0; group < index.groups.size(); ++group) {
+        const std::vector<std::string>& way = index.groups[group].parentKeys;
         std::size_t common = 0;
         while (common < keys.size() && common < way.size() && keys[common] == way[common]) ++common;
-        if (common == keys.size()) {
-            // The node at keys is the links' dictionary or lies on the way
-            // to it.
-            group = groups.erase(group);
-            continue;
-        }
-        // A link node itself.
-        if (common == way.size() && keys.size() == way.size() + 1) group->second.links.erase(keys.back());
-        ++group;
+        // The node at keys is the links' dictionary or lies on the way to
+        // it; or it is a link node itself.
+        if (common == keys.size()) ForgetGroup(prefs, group, nullptr);
+        else if (common == way.size() && keys.size() == way.size() + 1) ForgetGroup(prefs, group, &keys.back());
     }
 }
