@@ -333,6 +333,10 @@ void DictionaryAddNewKey(CFMutableDictionaryRef theDict, const void* key, const 
     dict.add(key, value);
 }
 
+bool DictionaryComparesKeysByValue(CFDictionaryRef theDict) {
+    return Checked(theDict, "CFDictionaryGetCount").keyCallBacks_->equal == CFEqual;
+}
+
 void DictionaryAdoptNewKey(CFMutableDictionaryRef theDict, const void* key, const void* value) {
     __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
     if (dict.keyCallBacks_->retain != RetainObject || dict.valueCallBacks_->retain != RetainObject)

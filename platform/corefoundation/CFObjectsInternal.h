@@ -64,6 +64,10 @@ void DictionaryAddNewKey(CFMutableDictionaryRef dict, const void* key, const voi
 // release them in the end).
 void DictionaryAdoptNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
 
+// Whether the dictionary tells its keys apart by value (CFEqual), as the
+// standard callbacks do, so that its keys are all unequal.
+bool DictionaryComparesKeysByValue(CFDictionaryRef dict);
+
 // The value for a key given as one-byte text (Latin-1 code units), in a
 // dictionary with the standard key callbacks, without making a string for
 // the key. *searched is false when the dictionary has other callbacks, and

@@ -136,6 +136,9 @@ struct LastSave {
     std::size_t hash = 0;
     PropertyListFormat format = PropertyListFormat::XML;
     CFRef<CFMutableDictionaryRef> tree;
+    // The link answers of a handle that saved this tree and ended without
+    // changing it further: the next handle on the tree takes them over.
+    SCLinkIndex links;
 };
 
 LastSave& TheLastSave() {
@@ -152,9 +155,12 @@ bool TakeLastSave(__SCPreferences* prefs) {
     int error = 0;
     if (StampFile(prefs->file, &now, &error) != FileReadResult::Read || !(now == last.stamp)) {
         last.tree.reset();
+        last.links = SCLinkIndex();
         return false;
     }
     prefs->tree = CFRef<CFMutableDictionaryRef>::Retain(last.tree.get());
+    prefs->links = std::move(last.links);
+    last.links = SCLinkIndex();
     prefs->format = last.format;
     prefs->savedExists = true;
     prefs->savedStamp = now;
@@ -164,6 +170,7 @@ bool TakeLastSave(__SCPreferences* prefs) {
 
 void RememberLastSave(const __SCPreferences* prefs) {
     LastSave& last = TheLastSave();
+    last.links = SCLinkIndex();
     last.file = prefs->file;
     last.stamp = prefs->savedStamp;
     last.hash = prefs->savedHash;
@@ -224,7 +231,13 @@ int StatusForFileError(int error) {
 
 int SCError(void) { return gSCStatus; }
 
-__SCPreferences::~__SCPreferences() { ReturnTextBuffer(std::move(savedBytes)); }
+__SCPreferences::~__SCPreferences() {
+    ReturnTextBuffer(std::move(savedBytes));
+    // Answers about the tree this process last saved, when the handle ends
+    // with that very tree, serve the next handle opened on it.
+    LastSave& last = TheLastSave();
+    if (last.tree && last.tree.get() == saved.get() && tree.get() == saved.get()) last.links = std::move(links);
+}
 
 CFTypeID SCPreferencesGetTypeID(void) {
     static const CFTypeID typeID = _CFRuntimeRegisterClass("SCPreferences");

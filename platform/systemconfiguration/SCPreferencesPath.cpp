@@ -172,6 +172,7 @@ bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, TextWalk* w) {
             // are new.
             if (w->resolved != nullptr) {
                 w->resolved->clear();
+                w->resolved->reserve(count);
                 for (std::size_t k = 0; k < count; ++k) {
                     w->resolved->push_back(k < i ? CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(keys[k]))
                                                  : CFRef<CFStringRef>(cfstring::MakeNarrow(pieces[k].text,
@@ -210,6 +211,7 @@ bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, TextWalk* w) {
     }
     if (w->resolved != nullptr) {
         w->resolved->clear();
+        w->resolved->reserve(count);
         for (std::size_t k = 0; k < count; ++k)
             w->resolved->push_back(CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(keys[k])));
     }
@@ -219,7 +221,7 @@ bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, TextWalk* w) {
 }
 
 // Walks path as WalkOneBytePath does where it can, and as WalkPath does
-// otherwise.
+// otherwise. resolved may be nil when the chain of keys is not wanted.
 int WalkAnyPath(CFDictionaryRef root, CFStringRef path, Walk walk, bool followLast, PathComponents* resolved,
                 CFTypeRef* node, int* invalidStatus) {
     TextWalk w;
@@ -230,9 +232,9 @@ int WalkAnyPath(CFDictionaryRef root, CFStringRef path, Walk walk, bool followLa
         *node = w.node;
         return w.status;
     }
-    PathComponents components;
+    PathComponents components, unused;
     if (!SplitPath(path, &components)) return *invalidStatus;
-    return WalkPath(root, std::move(components), walk, followLast, resolved, node);
+    return WalkPath(root, std::move(components), walk, followLast, resolved != nullptr ? resolved : &unused, node);
 }
 
 // The texts of keys, one byte a character; false when one is wide.
@@ -393,9 +395,7 @@ CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef ref, CFStringRef path
     }
     int invalid = kSCStatusInvalidArgument;
     CFTypeRef node = nil;
-    PathComponents resolved;
-    int status = WalkAnyPath(SCPreferencesInside(ref)->tree.get(), path, Walk::Lookup, true, &resolved, &node,
-                             &invalid);
+    int status = WalkAnyPath(SCPreferencesInside(ref)->tree.get(), path, Walk::Lookup, true, nullptr, &node, &invalid);
     if (status == kSCStatusOK && !IsDictionary(node)) status = kSCStatusNoKey;
     _SCErrorSet(status);
     return status == kSCStatusOK ? static_cast<CFDictionaryRef>(node) : nil;

@@ -299,6 +299,28 @@ TEST_F(SCPreferencesTest, LinkAnswersFollowEveryChangeOfTheirWay) {
     }
 }
 
+// A handle that ends on the tree it saved hands its link answers to the
+// next handle opened on that tree; one that changed the tree after saving
+// does not.
+TEST_F(SCPreferencesTest, LinkAnswersPassOnOnlyWithTheTreeTheyDescribe) {
+    const CFStringRef path = CFSTR("/Sets/0/Network/Service/7");
+    auto link = [](CFStringRef target) { return Entity(CFSTR("__LINK__"), target); };
+    {
+        Prefs first = Open();
+        ASSERT_TRUE(SCPreferencesPathSetValue(first.get(), path, link(CFSTR("/NetworkServices/7")).get()));
+        ASSERT_TRUE(SCPreferencesCommitChanges(first.get()));
+        ASSERT_TRUE(CFEqual(SCPreferencesPathGetLink(first.get(), path), CFSTR("/NetworkServices/7")));
+    }
+    {
+        Prefs second = Open();  // takes the tree saved, and its answers
+        EXPECT_TRUE(CFEqual(SCPreferencesPathGetLink(second.get(), path), CFSTR("/NetworkServices/7")));
+        ASSERT_TRUE(SCPreferencesPathSetValue(second.get(), path, link(CFSTR("/NetworkServices/8")).get()));
+        ASSERT_TRUE(CFEqual(SCPreferencesPathGetLink(second.get(), path), CFSTR("/NetworkServices/8")));
+    }  // ends without saving its change
+    Prefs third = Open();
+    EXPECT_TRUE(CFEqual(SCPreferencesPathGetLink(third.get(), path), CFSTR("/NetworkServices/7")));
+}
+
 // Every handle applies the text it committed itself, whatever other handles
 // of the process read, save and let go of in between: they all share one
 // buffer for the store's text.
