@@ -156,6 +156,7 @@ private:
     struct Frame {
         Element kind;
         std::size_t firstItem;  // where this container's children start in items_
+        std::size_t keysNotInterned = 0;  // keysNotInterned_ when it opened
     };
 
     static void XMLCALL OnStart(void* self, const XML_Char* name, const XML_Char**) {
@@ -200,7 +201,7 @@ private:
             if (frames_.size() > static_cast<std::size_t>(kPropertyListMaxDepth)) {
                 return fail("containers nested deeper than " + std::to_string(kPropertyListMaxDepth) + " levels");
             }
-            frames_.push_back(Frame{kind, items_.size()});
+            frames_.push_back(Frame{kind, items_.size(), keysNotInterned_});
             return;
         }
         inLeaf_ = true;
@@ -233,7 +234,7 @@ private:
             CFMutableDictionaryRef dict = CFDictionaryCreateMutable(
                 kCFAllocatorDefault, static_cast<CFIndex>(count / 2), &kCFTypeDictionaryKeyCallBacks,
                 &kCFTypeDictionaryValueCallBacks);
-            if (keysDistinct(children, count)) {
+            if (keysDistinct(children, count, keysNotInterned_ == frame.keysNotInterned)) {
                 // The dictionary takes over the claims on its children.
                 for (std::size_t i = 0; i < count; i += 2) cfrt::DictionaryAdoptNewKey(dict, children[i], children[i + 1]);
                 count = 0;
@@ -255,18 +256,12 @@ private:
     }
 
     // Whether the keys among children (every other item) are known to
-    // differ: all interned, so that equal texts would be one object, and
-    // no object twice.
-    bool keysDistinct(const void** children, std::size_t count) {
+    // differ: all interned (allInterned), so that equal texts would be one
+    // object, and no object twice.
+    bool keysDistinct(const void** children, std::size_t count, bool allInterned) {
+        if (!allInterned) return false;
         keys_.clear();
-        for (std::size_t i = 0; i < count; i += 2) {
-            __CFString::View key = static_cast<CFStringRef>(children[i])->view();
-            if (key.wide || key.length > kInternedLength) return false;
-            for (std::size_t k = 0; k < key.length; ++k) {
-                if (key.narrow()[k] >= 0x80) return false;
-            }
-            keys_.push_back(children[i]);
-        }
+        for (std::size_t i = 0; i < count; i += 2) keys_.push_back(children[i]);
         if (keys_.size() <= 16) {
             for (std::size_t i = 1; i < keys_.size(); ++i) {
                 for (std::size_t k = 0; k < i; ++k) {
@@ -294,8 +289,10 @@ private:
         switch (leaf_) {
             case Element::Key:
             case Element::String: {
-                CFStringRef string = makeString(text_);
+                bool interned = false;
+                CFStringRef string = makeString(text_, &interned);
                 if (string == nil) fail("malformed property list: a string is not valid UTF-8");
+                if (leaf_ == Element::Key && !interned) ++keysNotInterned_;
                 return string;
             }
             case Element::Integer: return makeInteger(Trimmed(text_));
@@ -329,24 +326,43 @@ private:
     // of the strings made so far.
     static constexpr std::size_t kInternedLength = 64;
 
-    CFStringRef makeString(const std::string& text) {
-        bool ascii = text.size() <= kInternedLength;
-        std::uint64_t hash = 1469598103934665603ULL;
-        for (std::size_t i = 0; ascii && i < text.size(); ++i) {
-            unsigned char c = static_cast<unsigned char>(text[i]);
-            ascii = c < 0x80;
-            hash = (hash ^ c) * 1099511628211ULL;
+    // The hash of a text of at most kInternedLength bytes, eight at a time;
+    // *ascii tells whether all its bytes are ASCII.
+    static std::uint64_t InternHash(const UInt8* text, std::size_t length, bool* ascii) {
+        std::uint64_t hash = 0x9E3779B97F4A7C15ULL ^ length, bits = 0;
+        std::size_t at = 0;
+        auto mix = [&](std::uint64_t word) {
+            bits |= word;
+            hash = (((hash << 29) | (hash >> 35)) ^ word) * 0xBF58476D1CE4E5B9ULL;
+        };
+        for (; at + 8 <= length; at += 8) {
+            std::uint64_t word;
+            std::memcpy(&word, text + at, 8);
+            mix(word);
         }
-        if (!ascii) return cfstring::MakeFromUTF8(reinterpret_cast<const UInt8*>(text.data()), text.size());
+        std::uint64_t tail = 0;
+        if (length > at) std::memcpy(&tail, text + at, length - at);
+        mix(tail);
+        *ascii = (bits & 0x8080808080808080ULL) == 0;
+        return cfrt::MixHash(hash);
+    }
+
+    // *interned tells whether the string is the shared one for its text.
+    CFStringRef makeString(const std::string& text, bool* interned) {
+        const UInt8* bytes = reinterpret_cast<const UInt8*>(text.data());
+        bool ascii = false;
+        std::uint64_t hash = text.size() <= kInternedLength ? InternHash(bytes, text.size(), &ascii) : 0;
+        *interned = ascii;
+        if (!ascii) return cfstring::MakeFromUTF8(bytes, text.size());
         if (2 * (internedCount_ + 1) > interned_.size()) growInterned();
         std::size_t mask = interned_.size() - 1;
-        std::size_t slot = static_cast<std::size_t>(cfrt::MixHash(hash)) & mask;
+        std::size_t slot = static_cast<std::size_t>(hash) & mask;
         for (; interned_[slot] != nil; slot = (slot + 1) & mask) {
             __CFString::View known = interned_[slot]->view();
             if (known.length == text.size() && std::memcmp(known.data, text.data(), text.size()) == 0)
                 return static_cast<CFStringRef>(CFRetain(interned_[slot]));
         }
-        __CFString* string = cfstring::MakeNarrow(reinterpret_cast<const UInt8*>(text.data()), text.size());
+        __CFString* string = cfstring::MakeNarrow(bytes, text.size());
         interned_[slot] = static_cast<CFStringRef>(CFRetain(string));
         ++internedCount_;
         return string;
@@ -359,9 +375,8 @@ private:
         for (CFStringRef string : old) {
             if (string == nil) continue;
             __CFString::View view = string->view();
-            std::uint64_t hash = 1469598103934665603ULL;
-            for (std::size_t i = 0; i < view.length; ++i) hash = (hash ^ view.narrow()[i]) * 1099511628211ULL;
-            std::size_t slot = static_cast<std::size_t>(cfrt::MixHash(hash)) & mask;
+            bool ascii = false;
+            std::size_t slot = static_cast<std::size_t>(InternHash(view.narrow(), view.length, &ascii)) & mask;
             while (interned_[slot] != nil) slot = (slot + 1) & mask;
             interned_[slot] = string;
         }
@@ -406,6 +421,7 @@ private:
     std::vector<Frame> frames_;
     std::vector<const void*> items_;  // owned claims on the open containers' children
     std::vector<const void*> keys_;   // scratch for keysDistinct
+    std::size_t keysNotInterned_ = 0;  // keys read so far that are not shared strings
     bool sawPlist_ = false;
     bool inLeaf_ = false;
     Element leaf_ = Element::Unknown;
