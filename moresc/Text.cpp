@@ -81,7 +81,15 @@ CFStringRef CreateStringFromText(const std::string& text) {
                                    static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false);
 }
 
-std::string Quoted(const std::string& text) { return "\"" + Escaped(text) + "\""; }
+std::string Quoted(const std::string& text) {
+    // Built by appending: GCC 12 at -O3 takes "\"" + ... for an overlapping
+    // copy and warns (-Wrestrict), which breaks a build with warnings as
+    // errors.
+    std::string quoted = "\"";
+    quoted += Escaped(text);
+    quoted += '"';
+    return quoted;
+}
 
 int FinishWithNewID(Outcome* outcome, CFStringRef newID) {
     if (outcome->ok()) std::printf("%s\n", Escaped(TextOf(newID)).c_str());
