@@ -112,9 +112,9 @@ CFArrayRef PayloadsOf(Outcome* outcome, CFDictionaryRef root, const std::string&
     CFTypeRef content = CFDictionaryGetValue(root, kPayloadContent);
     if (!IsType(type, CFStringGetTypeID()) || !CFEqual(type, CFSTR("Configuration"))) {
         outcome->FailUsage(name + " is not a configuration profile: " +
-                           (IsType(type, CFStringGetTypeID()) ? "its PayloadType is " + Quoted(TextOf(type))
-                                                              : "it has no PayloadType") +
-                           ", not \"Configuration\"");
+                           (IsType(type, CFStringGetTypeID())
+                                ? "its PayloadType is " + Quoted(TextOf(type)) + ", not \"Configuration\""
+                                : std::string("it has no PayloadType \"Configuration\"")));
     } else if (content == nil && CFDictionaryContainsKey(root, kEncryptedPayloadContent)) {
         outcome->FailUsage(name + " holds its payloads encrypted for one device (EncryptedPayloadContent); " +
                            "they cannot be read here");
