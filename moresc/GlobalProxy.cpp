@@ -117,13 +117,11 @@ bool ReadGlobalProxy(CFDictionaryRef payload, GlobalProxy* proxy, std::string* w
     }
     // The store keeps no proxy credentials (macOS keeps them in the
     // keychain) and has no keys for these two choices.
-    for (const char* key : {"ProxyUsername", "ProxyPassword"}) {
-        CFRef<CFStringRef> name(CreateStringFromText(key));
-        if (CFDictionaryContainsKey(payload, name.get())) proxy->unstored.push_back(key);
+    for (CFStringRef key : {CFSTR("ProxyUsername"), CFSTR("ProxyPassword")}) {
+        if (CFDictionaryContainsKey(payload, key)) proxy->unstored.push_back(TextOf(key));
     }
-    for (const char* key : {"ProxyPACFallbackAllowed", "ProxyCaptiveLoginAllowed"}) {
-        CFRef<CFStringRef> name(CreateStringFromText(key));
-        if (FlagOn(payload, name.get())) proxy->unstored.push_back(key);
+    for (CFStringRef key : {CFSTR("ProxyPACFallbackAllowed"), CFSTR("ProxyCaptiveLoginAllowed")}) {
+        if (FlagOn(payload, key)) proxy->unstored.push_back(TextOf(key));
     }
     return true;
 }

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -59,13 +60,10 @@ std::vector<NamedEntry> NamedTargets(Outcome* outcome, CFStringRef setID, const 
     std::vector<NamedEntry> targets;
     for (const std::string& text : given) {
         CFRef<CFStringRef> id = outcome->ok() ? LookUpService(outcome, setID, text) : nullptr;
-        bool taken = false;
-        for (const NamedEntry& target : targets) taken = taken || (id && CFEqual(target.id.get(), id.get()));
-        for (const NamedEntry& service : all) {
-            if (id && !taken && CFEqual(service.id.get(), id.get())) {
-                targets.push_back({CFRef<CFStringRef>::Retain(service.id.get()),
-                                   CFRef<CFStringRef>::Retain(service.name.get())});
-            }
+        auto named = [&id](const NamedEntry& entry) { return id && CFEqual(entry.id.get(), id.get()); };
+        auto service = std::find_if(all.begin(), all.end(), named);
+        if (service != all.end() && std::none_of(targets.begin(), targets.end(), named)) {
+            targets.push_back({std::move(id), CFRef<CFStringRef>::Retain(service->name.get())});
         }
     }
     return targets;
