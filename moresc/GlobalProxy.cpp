@@ -2,6 +2,7 @@
 
 #include "moresc/ProxyKinds.h"
 #include "moresc/Text.h"
+#include "moresc/Values.h"
 
 namespace {
 
@@ -12,8 +13,6 @@ namespace {
 #define kGlobalProxyServer CFSTR("ProxyServer")
 #define kGlobalProxyServerPort CFSTR("ProxyServerPort")
 #define kGlobalProxyPACURL CFSTR("ProxyPACURL")
-
-bool IsType(CFTypeRef value, CFTypeID type) { return value != nil && CFGetTypeID(value) == type; }
 
 // A flag of an entity or payload is on when it is a non-zero number (as the
 // store writes flags) or true.
@@ -39,11 +38,6 @@ std::optional<SInt32> PortOf(CFTypeRef value) {
 CFStringRef StringOrNil(CFDictionaryRef dict, CFStringRef key) {
     CFTypeRef value = CFDictionaryGetValue(dict, key);
     return IsType(value, CFStringGetTypeID()) ? static_cast<CFStringRef>(value) : nil;
-}
-
-// Both nil, or equal.
-bool SameValue(CFTypeRef one, CFTypeRef other) {
-    return one == nil || other == nil ? one == other : CFEqual(one, other);
 }
 
 bool IsEmptyString(CFStringRef string) { return string == nil || CFStringGetLength(string) == 0; }

@@ -6,6 +6,7 @@
 #include "moresc/SignedData.h"
 #include "moresc/Text.h"
 #include "moresc/Uuid.h"
+#include "moresc/Values.h"
 
 const char kSystemConfigurationPayloadType[] = "com.apple.SystemConfiguration";
 const char kGlobalHTTPProxyPayloadType[] = "com.apple.proxy.http.global";
@@ -23,21 +24,6 @@ namespace {
 
 // The reverse-DNS prefix of the identifiers moresc gives profiles.
 const char kIdentifierPrefix[] = "org.tarnwick.proxies.";
-
-bool IsType(CFTypeRef value, CFTypeID type) { return value != nil && CFGetTypeID(value) == type; }
-
-// "a string", "an array", ... for messages about values of the wrong type.
-std::string TypeName(CFTypeRef value) {
-    if (value == nil) return "nothing";
-    CFTypeID type = CFGetTypeID(value);
-    if (type == CFStringGetTypeID()) return "a string";
-    if (type == CFNumberGetTypeID()) return "a number";
-    if (type == CFBooleanGetTypeID()) return "a boolean";
-    if (type == CFDataGetTypeID()) return "data";
-    if (type == CFArrayGetTypeID()) return "an array";
-    if (type == CFDictionaryGetTypeID()) return "a dictionary";
-    return "a value of another kind";
-}
 
 CFRef<CFMutableDictionaryRef> NewDictionary() {
     return CFRef<CFMutableDictionaryRef>(CFDictionaryCreateMutable(
@@ -60,8 +46,8 @@ bool SetIdentity(CFMutableDictionaryRef payload, const std::string& type, const 
            CFQDictionarySetNumber(payload, kPayloadVersion, 1) == noErr;
 }
 
-// Names of the keys of a payload besides its identity and the keys in
-// used, for the note on what is left out.
+// The names of a payload's keys besides its identity and the key used,
+// for the note on what is left out.
 std::string OtherKeys(CFDictionaryRef payload, CFStringRef used) {
     std::string keys;
     CFIndex count = CFDictionaryGetCount(payload);
@@ -77,13 +63,14 @@ std::string OtherKeys(CFDictionaryRef payload, CFStringRef used) {
     return keys;
 }
 
-// The profile's property list: the signed envelope's content when there is
-// one. Nothing, with the outcome's failure, when it cannot be had.
-std::optional<std::string> UnwrapIfSigned(Outcome* outcome, const std::string& bytes, const std::string& name,
-                                          const CAFile* ca, ReceivedProfile* profile) {
+// Takes the profile's property list out of its signed envelope into
+// *content, when bytes are one; false, with the outcome's failure, when
+// it cannot be had.
+bool UnwrapIfSigned(Outcome* outcome, const std::string& bytes, const std::string& name, const CAFile* ca,
+                    std::string* content, ReceivedProfile* profile) {
     if (!LooksSigned(bytes)) {
         if (ca != nullptr) outcome->Fail(name + " is not signed, so --verify has no signature to check");
-        return outcome->ok() ? std::optional<std::string>(bytes) : std::nullopt;
+        return outcome->ok();
     }
     SignedContent unwrapped;
     std::string fault;
@@ -92,18 +79,19 @@ std::optional<std::string> UnwrapIfSigned(Outcome* outcome, const std::string& b
             break;
         case Unwrapped::kMalformed:
             outcome->FailUsage(name + " is not a whole signed profile: " + fault);
-            return std::nullopt;
+            return false;
         case Unwrapped::kBadCAFile:
             outcome->Fail("cannot verify against " + ca->name + ": " + fault);
-            return std::nullopt;
+            return false;
         case Unwrapped::kBadSignature:
             outcome->Fail("the signature of " + name + " does not check out: " + fault);
-            return std::nullopt;
+            return false;
     }
     profile->isSigned = true;
     profile->verified = unwrapped.verified;
     profile->signers = std::move(unwrapped.signers);
-    return std::move(unwrapped.content);
+    *content = std::move(unwrapped.content);
+    return true;
 }
 
 // Checks the top level of a profile and returns its payloads.
@@ -185,11 +173,12 @@ CFRef<CFDictionaryRef> ProxyPayload::CreateProxiesAfter(CFDictionaryRef before) 
 std::optional<ReceivedProfile> ReadProfile(Outcome* outcome, const std::string& bytes, const std::string& name,
                                            const CAFile* ca) {
     ReceivedProfile profile;
-    std::optional<std::string> list = UnwrapIfSigned(outcome, bytes, name, ca, &profile);
-    if (!list) return std::nullopt;
+    std::string content;
+    if (!UnwrapIfSigned(outcome, bytes, name, ca, &content, &profile)) return std::nullopt;
     PropertyListFormat format = PropertyListFormat::XML;
     std::string fault;
-    CFRef<CFDictionaryRef> root(PropertyListCreateFromFileBytes(*list, &format, &fault));
+    CFRef<CFDictionaryRef> root(
+        PropertyListCreateFromFileBytes(profile.isSigned ? content : bytes, &format, &fault));
     if (!root) {
         outcome->FailUsage(name + " is not a configuration profile: " + fault);
         return std::nullopt;

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <unordered_map>
 #include <string>
 #include <vector>
 
@@ -26,13 +27,9 @@
 #include "moresc/Session.h"
 #include "moresc/Subcommands.h"
 #include "moresc/Text.h"
+#include "moresc/Values.h"
 
 namespace {
-
-// Both nil, or equal.
-bool SameValue(CFTypeRef one, CFTypeRef other) {
-    return one == nil || other == nil ? one == other : CFEqual(one, other);
-}
 
 // A service for messages: "Wi-Fi" (ID), or its ID alone when it has no name.
 std::string ServiceText(const NamedEntry& service) {
@@ -73,15 +70,20 @@ std::vector<NamedEntry> NamedTargets(Outcome* outcome, CFStringRef setID, const 
 // they differ, the failure lists them, grouped by their settings.
 CFRef<CFDictionaryRef> CopySharedProxies(Outcome* outcome, CFStringRef setID) {
     std::vector<std::pair<CFRef<CFDictionaryRef>, std::string>> groups;  // the entity, and who has it
+    // The groups by the JSON text of their entity ("" for none), which equal
+    // entities share, so that a set of many services is grouped in one pass.
+    std::unordered_map<std::string, std::vector<std::size_t>> byText;
     for (const NamedEntry& service : ActiveServices(outcome, setID)) {
         CFRef<CFDictionaryRef> proxies = CopyEntityIfAny(outcome, setID, service.id.get(), kSCEntNetProxies);
         if (!outcome->ok()) return nullptr;
-        auto group = groups.begin();
-        while (group != groups.end() && !SameValue(group->first.get(), proxies.get())) ++group;
-        if (group == groups.end()) {
+        std::vector<std::size_t>& candidates = byText[proxies ? JsonDocument(JsonOf(proxies.get())) : ""];
+        auto group = std::find_if(candidates.begin(), candidates.end(),
+                                  [&](std::size_t i) { return SameValue(groups[i].first.get(), proxies.get()); });
+        if (group == candidates.end()) {
+            candidates.push_back(groups.size());
             groups.emplace_back(std::move(proxies), ServiceText(service));
         } else {
-            group->second += ", " + ServiceText(service);
+            groups[*group].second += ", " + ServiceText(service);
         }
     }
     if (!outcome->ok()) return nullptr;

@@ -85,7 +85,8 @@ bool ParseWaitSeconds(const std::string& text, int* seconds) {
 
 // Takes the arguments after the subcommand's name apart: --help, the
 // options the subcommand takes ("--set SET" or "--set=SET", likewise
-// --wait and the other options with a value; --search takes the arguments after it up to the next option),
+// --wait and the other options with a value; --search takes the
+// arguments after it up to the next option),
 // "--" (everything after it is an argument, even if it starts with "-"),
 // and the arguments. Options may stand anywhere before "--". Returns -1
 // when the subcommand is to run, otherwise the exit status.
