@@ -48,6 +48,8 @@ OSStatus SetFlag(CFMutableDictionaryRef entity, CFStringRef key, bool on) {
     return CFQDictionarySetNumber(entity, key, on ? 1 : 0);
 }
 
+// The web or secure web proxy of kind as the payload says: on, with its
+// server and port (Manual), or off, keeping its host and port (Auto).
 OSStatus SetWebProxy(CFMutableDictionaryRef entity, const ProxyKind& kind, const GlobalProxy& proxy) {
     OSStatus err = SetFlag(entity, kind.enableKey, proxy.manual);
     if (err == noErr && proxy.manual) {
@@ -61,6 +63,7 @@ OSStatus SetWebProxy(CFMutableDictionaryRef entity, const ProxyKind& kind, const
     return err;
 }
 
+// The kind of proxy of that name in moresc's table (web, secure-web, ...).
 const ProxyKind& KindNamed(const char* name) {
     for (const ProxyKind& kind : AllProxyKinds()) {
         if (std::string(name) == kind.name) return kind;
