@@ -1,17 +1,11 @@
-// Registry snapshots: the property list that "ioreg -a -l" writes. Each
+// Registry dumps in the form "ioreg -a -l" writes: a property list. Each
 // entry is a dictionary holding its class ("IOObjectClass"), its properties,
 // a few keys ioreg adds about the entry itself, and its children in the
 // "IOService" plane ("IORegistryEntryChildren"). The root dictionary is the
 // registry's root entry.
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <unordered_set>
 #include <utility>
 
-#include "platform/corefoundation/PropertyListFile.h"
 #include "platform/iokit/IORegistry.h"
 
 namespace {
@@ -26,28 +20,22 @@ void RemoveAnnotations(CFMutableDictionaryRef dict) {
     for (CFStringRef key : keys) CFDictionaryRemoveValue(dict, key);
 }
 
-bool ReadFileBytes(const std::string& path, std::string* bytes, std::string* fault) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        *fault = "is a directory";
-        return false;
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        *fault = std::strerror(errno);
-        return false;
-    }
-    bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    if (in.bad()) {
-        *fault = "read error";
-        return false;
-    }
-    return true;
-}
-
 std::string ClassText(CFStringRef className) {
     char text[256];
     if (!CFStringGetCString(className, text, sizeof(text), kCFStringEncodingUTF8)) return {};
+    return text;
+}
+
+// "name@location" from ioreg's keys about the entry; "" without a name.
+std::string NameText(CFDictionaryRef dict) {
+    const void* name = CFDictionaryGetValue(dict, CFSTR("IORegistryEntryName"));
+    const void* location = CFDictionaryGetValue(dict, CFSTR("IORegistryEntryLocation"));
+    if (name == nullptr || CFGetTypeID(name) != CFStringGetTypeID()) return {};
+    std::string text = ClassText(static_cast<CFStringRef>(name));
+    if (!text.empty() && location != nullptr && CFGetTypeID(location) == CFStringGetTypeID()) {
+        std::string where = ClassText(static_cast<CFStringRef>(location));
+        if (!where.empty()) text += "@" + where;
+    }
     return text;
 }
 
@@ -92,10 +80,11 @@ bool BuildEntries(CFMutableDictionaryRef rootDict, IORegistry* registry, std::st
             }
             childArrays.push_back(CFRef<CFArrayRef>::Retain(static_cast<CFArrayRef>(children)));
         }
+        std::string name = NameText(next.dict);
         RemoveAnnotations(next.dict);
 
         std::size_t index = registry->AddEntry(next.parent, std::move(classText),
-                                               CFRef<CFMutableDictionaryRef>::Retain(next.dict));
+                                               CFRef<CFMutableDictionaryRef>::Retain(next.dict), std::move(name));
         if (children == nullptr) continue;
         CFArrayRef childArray = static_cast<CFArrayRef>(children);
         for (CFIndex i = CFArrayGetCount(childArray) - 1; i >= 0; --i) {
@@ -113,19 +102,8 @@ bool BuildEntries(CFMutableDictionaryRef rootDict, IORegistry* registry, std::st
 
 }  // namespace
 
-std::shared_ptr<IORegistry> IORegistryReadSnapshot(const std::string& path, IOReturn* status, std::string* fault) {
-    std::string bytes;
-    if (!ReadFileBytes(path, &bytes, fault)) {
-        *status = kIOReturnNotReadable;
-        return nullptr;
-    }
-    PropertyListFormat format;
-    CFRef<CFMutableDictionaryRef> root(PropertyListCreateFromFileBytes(bytes, &format, fault));
+std::shared_ptr<IORegistry> IORegistryCreateFromPropertyList(CFMutableDictionaryRef root, std::string* fault) {
     auto registry = std::make_shared<IORegistry>();
-    if (!root || !BuildEntries(root.get(), registry.get(), fault)) {
-        *status = kIOReturnError;
-        return nullptr;
-    }
-    *status = kIOReturnSuccess;
+    if (!BuildEntries(root, registry.get(), fault)) return nullptr;
     return registry;
 }

@@ -144,7 +144,7 @@ TEST(PortArray, PortsLeftOutAndPortsThatFailTheWholeArray) {
              r.AddBuiltInEthernet("en0");
              AddUSBAdaptor(r, "en1", {2, 0, 0, 0, 0, 1}).Set("BSD Name", nullptr);
          },
-         -1, {}},
+         noErr, {"en0 00:0a:95:9d:68:16"}},
         {"unnamed provider", [](auto& r) { r.AddPCIEthernet("en1", ""); r.root().LastChild().Set("name", nullptr); },
          -1, {}},
         {"under the root", [](auto& r) { r.root().Add("IOEthernetInterface").String("BSD Name", "en1"); }, -1, {}},
