@@ -57,6 +57,8 @@ std::string IORegistry::PathOf(std::size_t index) const {
 }
 
 void IORegistry::Finish(IORegistryNotes* notes) {
+    // The root stands for the registry itself, whatever a dump calls it.
+    if (!entries_.empty()) entries_.front().matchable = false;
     for (IORegistryEntry& entry : entries_) {
         if (entry.superclasses.empty()) entry.treeClass = IOClassInTree(entry.className, entry.properties.get());
     }
