@@ -164,10 +164,24 @@ private:
         }
         CFStringRef key = Intern(text.substr(1, keyEnd - 1));
         if (key == nullptr) return Fail("a key that is not UTF-8 text");
+        std::string_view valueText = text.substr(keyEnd + 4);
+        CFMutableDictionaryRef properties = registry_.entry(registry_.size() - 1).properties.get();
+        // Many entries hold the same data, arrays and dictionaries: each is
+        // read once and shared (nothing changes a registry's values).
+        bool shared = InDump(valueText) && !valueText.empty() &&
+                      (valueText.front() == '<' || valueText.front() == '(' || valueText.front() == '{');
+        if (shared) {
+            auto known = values_.find(valueText);
+            if (known != values_.end()) {
+                CFDictionarySetValue(properties, key, known->second.get());
+                return true;
+            }
+        }
         CFRef<CFTypeRef> value;
-        switch (ParseValue(text.substr(keyEnd + 4), &value)) {
+        switch (ParseValue(valueText, &value)) {
             case Parse::Done:
-                CFDictionarySetValue(registry_.entry(registry_.size() - 1).properties.get(), key, value.get());
+                CFDictionarySetValue(properties, key, value.get());
+                if (shared) values_.emplace(valueText, std::move(value));
                 return true;
             case Parse::CutShort:
                 ++cutShort_;
@@ -358,6 +372,10 @@ private:
         return Parse::Done;
     }
 
+    bool InDump(std::string_view part) const {
+        return part.data() >= text_.data() && part.data() + part.size() <= text_.data() + text_.size();
+    }
+
     // The string of UTF-8 text, made once per text (borrowed); nil when the
     // text is not UTF-8.
     CFStringRef Intern(std::string_view utf8) {
@@ -370,8 +388,7 @@ private:
         CFStringRef interned = string.get();
         // The table holds views of the dump itself; a property of several
         // lines is read from a copy that does not last.
-        bool inDump = utf8.data() >= text_.data() && utf8.data() + utf8.size() <= text_.data() + text_.size();
-        if (inDump) strings_.emplace(utf8, std::move(string));
+        if (InDump(utf8)) strings_.emplace(utf8, std::move(string));
         else loose_.push_back(std::move(string));
         return interned;
     }
@@ -392,6 +409,7 @@ private:
     std::unordered_map<std::string_view, CFRef<CFStringRef>> strings_;
     std::vector<CFRef<CFStringRef>> loose_;  // strings read from joined_
     std::unordered_map<SInt64, CFRef<CFNumberRef>> numbers_;
+    std::unordered_map<std::string_view, CFRef<CFTypeRef>> values_;  // by their text
 };
 
 }  // namespace
