@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -157,7 +158,17 @@ std::shared_ptr<const IORegistry> ReadRegistry(kern_return_t* status) {
     IORegistryNotes notes;
     std::shared_ptr<IORegistry> registry = IORegistryReadSysfs(TarnwickRootPath("/sys"), &notes);
     registry->Finish(&notes);
-    ReportNotes("sysfs", notes);
+    // Each query reads sysfs again: what the last read reported stays
+    // unsaid while it stays so.
+    static IORegistryNotes* reported = new IORegistryNotes;  // lives as long as the process
+    static std::mutex reporting;
+    std::lock_guard<std::mutex> lock(reporting);
+    IORegistryNotes fresh;
+    for (const std::string& note : notes) {
+        if (std::find(reported->begin(), reported->end(), note) == reported->end()) fresh.push_back(note);
+    }
+    ReportNotes("sysfs", fresh);
+    *reported = std::move(notes);
     return registry;
 }
 

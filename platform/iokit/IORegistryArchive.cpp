@@ -49,9 +49,9 @@ public:
 
         CFDictionaryRef store = nullptr;
         std::vector<UInt32> entries;
-        if (!Dictionary(CFDictionaryGetValue(static_cast<CFDictionaryRef>(top), CFSTR("root")), &store) ||
-            store == nullptr || !Elements(CFDictionaryGetValue(store, CFSTR("registryEntries")), &entries) ||
-            entries.empty()) {
+        const void* storeReference = CFDictionaryGetValue(static_cast<CFDictionaryRef>(top), CFSTR("root"));
+        if (storeReference == nullptr || !Dictionary(storeReference, &store) || store == nullptr ||
+            !Elements(CFDictionaryGetValue(store, CFSTR("registryEntries")), &entries) || entries.empty()) {
             return Fail("a keyed archive that is no saved registry (no \"registryEntries\")");
         }
         UInt32 root = entries.front();
@@ -123,6 +123,7 @@ private:
     // The elements (object numbers) of an archived array; none for "$null".
     bool Elements(CFTypeRef reference, std::vector<UInt32>* elements, const char* key = "NS.objects") {
         UInt32 number = 0;
+        if (reference == nullptr) return true;  // none
         return Reference(reference, &number) && Elements(number, elements, key);
     }
     bool Elements(UInt32 number, std::vector<UInt32>* elements, const char* key = "NS.objects") {
