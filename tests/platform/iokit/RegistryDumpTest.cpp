@@ -115,51 +115,6 @@ second</string>
     EXPECT_EQ(0u, notes[0].find("2 property lines are cut short")) << notes[0];
 }
 
-TEST(RegistryDump, ClassesTheTreeDoesNotKnowAreWhatTheirEntriesPublish) {
-    const std::string ethernet = R"("IOInterfaceType" = 6)", address = R"("IOMediaAddressLength" = 6)";
-    std::string text = kRoot + TextEntry(1, "pci", "IOPCIDevice", {}) + TextEntry(2, "AcmeNIC", "AcmeNIC", {}) +
-                       TextEntry(3, "en5", "AcmeNIC_Interface", {ethernet, address, R"("BSD Name" = "en5")"}) +
-                       TextEntry(3, "p2p0", "AcmeP2PInterface", {ethernet, R"("BSD Name" = "p2p0")"}) +
-                       TextEntry(2, "fw0", "IOFWInterface",
-                                 {R"("IOInterfaceType" = 144)", R"("IOMediaAddressLength" = 8)", R"("BSD Name" = "fw0")"}) +
-                       TextEntry(1, "AcmeSerial", "AcmeSerialClient",
-                                 {R"("IOSerialBSDClientType" = "IORS232SerialStream")", R"("IOTTYBaseName" = "acme")",
-                                  R"("IOTTYDevice" = "acme1")"});
-    auto registry = ReadDump(text);
-    ASSERT_TRUE(registry);
-    std::string lines = Describe(*registry);
-    for (const char* line : {"/pci/AcmeNIC/en5 AcmeNIC_Interface 1001", "/pci/AcmeNIC AcmeNIC 0101",
-                             "/pci/AcmeNIC/p2p0 AcmeP2PInterface 0001", "/pci/fw0 IOFWInterface 0001",
-                             "/pci IOPCIDevice 0001", "/AcmeSerial AcmeSerialClient 0011"}) {
-        EXPECT_NE(std::string::npos, lines.find(std::string(line) + "\n")) << line << "\n" << lines;
-    }
-}
-
-TEST(RegistryDump, PortsWithoutTheNamesTheyAreUsedByMatchNoQueryAndAreNoted) {
-    std::string text = kRoot + TextEntry(1, "en0", "IOEthernetInterface", {R"("BSD Name" = "en0")"}) +
-                       TextEntry(1, "en1", "IOEthernetInterface", {R"("BSD Name" = 1)"}) +
-                       TextEntry(1, "modem", "IOSerialBSDClient",
-                                 {R"("IOSerialBSDClientType" = "IOModemSerialStream")", R"("IOTTYBaseName" = "modem")"});
-    TempRoot root;
-    std::string path = root.write("/registry.txt", text).string();
-    ::setenv("TARNWICK_IOREG", path.c_str(), 1);
-    StderrCapture reports;
-    io_iterator_t iterator = 0;
-    std::vector<io_object_t> found;
-    for (const char* className : {kIOEthernetInterfaceClass, kIOSerialBSDServiceValue}) {
-        ASSERT_EQ(kIOReturnSuccess,
-                  IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching(className), &iterator));
-        for (io_object_t entry; (entry = IOIteratorNext(iterator)) != 0;) found.push_back(entry);
-        IOObjectRelease(iterator);
-    }
-    ::unsetenv("TARNWICK_IOREG");
-    EXPECT_EQ(1u, found.size());
-    for (io_object_t entry : found) IOObjectRelease(entry);
-    EXPECT_EQ("IOKit: " + path + ": left out the IOEthernetInterface at IOService:/en1: it has no \"BSD Name\" string\n" +
-                  "IOKit: " + path + ": left out the IOSerialBSDClient at IOService:/modem: it has no \"IOTTYDevice\" string\n",
-              reports.text());
-}
-
 namespace {
 
 // A save file of IORegistryExplorer written as an XML keyed archive: its
@@ -235,6 +190,66 @@ std::string SaveFileWith(const std::function<std::vector<int>(SaveFile&)>& child
 }
 
 }  // namespace
+
+TEST(RegistryDump, ClassesTheTreeDoesNotKnowAreWhatTheirEntriesPublish) {
+    const std::string ethernet = R"("IOInterfaceType" = 6)", address = R"("IOMediaAddressLength" = 6)";
+    std::string text = kRoot + TextEntry(1, "pci", "IOPCIDevice", {}) + TextEntry(2, "AcmeNIC", "AcmeNIC", {}) +
+                       TextEntry(3, "en5", "AcmeNIC_Interface", {ethernet, address, R"("BSD Name" = "en5")"}) +
+                       TextEntry(3, "p2p0", "AcmeP2PInterface", {ethernet, R"("BSD Name" = "p2p0")"}) +
+                       TextEntry(2, "fw0", "IOFWInterface",
+                                 {R"("IOInterfaceType" = 144)", R"("IOMediaAddressLength" = 8)", R"("BSD Name" = "fw0")"}) +
+                       TextEntry(1, "AcmeSerial", "AcmeSerialClient",
+                                 {R"("IOSerialBSDClientType" = "IORS232SerialStream")", R"("IOTTYBaseName" = "acme")",
+                                  R"("IOTTYDevice" = "acme1")"});
+    auto registry = ReadDump(text);
+    ASSERT_TRUE(registry);
+    std::string lines = Describe(*registry);
+    for (const char* line : {"/pci/AcmeNIC/en5 AcmeNIC_Interface 1001", "/pci/AcmeNIC AcmeNIC 0101",
+                             "/pci/AcmeNIC/p2p0 AcmeP2PInterface 0001", "/pci/fw0 IOFWInterface 0001",
+                             "/pci IOPCIDevice 0001", "/AcmeSerial AcmeSerialClient 0011"}) {
+        EXPECT_NE(std::string::npos, lines.find(std::string(line) + "\n")) << line << "\n" << lines;
+    }
+
+    // A save file's lineage stands as it is, whatever the entry publishes.
+    const std::string published = "<plist version=\"1.0\"><dict><key>IOInterfaceType</key><integer>6</integer>"
+                                  "<key>IOMediaAddressLength</key><integer>6</integer><key>BSD Name</key>"
+                                  "<string>en9</string></dict></plist>";
+    registry = ReadDump(SaveFileWith([&](SaveFile& f) {
+        return std::vector<int>{
+            f.Add(f.Entry({"AcmeTunnel", "IOEthernetInterface", "IONetworkInterface", "IOService"},
+                          "<plist version=\"1.0\"><dict><key>BSD Name</key><string>en8</string></dict></plist>", {})),
+            f.Add(f.Entry(kServiceClasses, published, {}))};
+    }));
+    ASSERT_TRUE(registry);
+    lines = Describe(*registry);
+    EXPECT_NE(std::string::npos, lines.find("/AcmeTunnel AcmeTunnel 1001\n")) << lines;
+    EXPECT_NE(std::string::npos, lines.find("/AcmeDevice AcmeDevice 0001\n")) << lines;
+}
+
+TEST(RegistryDump, PortsWithoutTheNamesTheyAreUsedByMatchNoQueryAndAreNoted) {
+    std::string text = kRoot + TextEntry(1, "en0", "IOEthernetInterface", {R"("BSD Name" = "en0")"}) +
+                       TextEntry(1, "en1", "IOEthernetInterface", {R"("BSD Name" = 1)"}) +
+                       TextEntry(1, "modem", "IOSerialBSDClient",
+                                 {R"("IOSerialBSDClientType" = "IOModemSerialStream")", R"("IOTTYBaseName" = "modem")"});
+    TempRoot root;
+    std::string path = root.write("/registry.txt", text).string();
+    ::setenv("TARNWICK_IOREG", path.c_str(), 1);
+    StderrCapture reports;
+    io_iterator_t iterator = 0;
+    std::vector<io_object_t> found;
+    for (const char* className : {kIOEthernetInterfaceClass, kIOSerialBSDServiceValue}) {
+        ASSERT_EQ(kIOReturnSuccess,
+                  IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching(className), &iterator));
+        for (io_object_t entry; (entry = IOIteratorNext(iterator)) != 0;) found.push_back(entry);
+        IOObjectRelease(iterator);
+    }
+    ::unsetenv("TARNWICK_IOREG");
+    EXPECT_EQ(1u, found.size());
+    for (io_object_t entry : found) IOObjectRelease(entry);
+    EXPECT_EQ("IOKit: " + path + ": left out the IOEthernetInterface at IOService:/en1: it has no \"BSD Name\" string\n" +
+                  "IOKit: " + path + ": left out the IOSerialBSDClient at IOService:/modem: it has no \"IOTTYDevice\" string\n",
+              reports.text());
+}
 
 TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
     std::string deepEntries = kRoot;
