@@ -1,8 +1,8 @@
 // Registry dump files: read with a bound, then told apart by their first
 // bytes. A binary or XML property list is either what "ioreg -a -l" writes
 // (the root entry's dictionary) or a save file of IORegistryExplorer (a
-// keyed archive, "$archiver" at its root); text whose first line draws an
-// entry ("+-o Root  <class IORegistryEntry, ...>") is what "ioreg -l"
+// keyed archive, "$archiver" at its root); text that draws the tree of
+// entries ("+-o Root  <class IORegistryEntry, ...>") is what "ioreg -l"
 // writes.
 #include <cstring>
 
@@ -22,6 +22,10 @@ DumpForm FormOf(const std::string& bytes) {
     if (first == std::string::npos) return DumpForm::Unknown;
     if (bytes[first] == '<') return DumpForm::PropertyList;
     if (bytes.compare(first, 4, "+-o ") == 0) return DumpForm::Text;
+    // A dump copied from a report or a terminal may begin with a few lines
+    // of its own (the command that made it, say).
+    std::size_t tree = bytes.find("\n+-o ");
+    if (tree != std::string::npos && tree < 4096) return DumpForm::Text;
     return DumpForm::Unknown;
 }
 

@@ -46,6 +46,16 @@ public:
 
     std::shared_ptr<IORegistry> Read() {
         if (text_.compare(0, 3, "\xEF\xBB\xBF") == 0) position_ = 3;  // a byte order mark
+        // Lines before the root's (a command line, a report's heading) are
+        // not the dump's.
+        if (text_.compare(position_, 4, "+-o ") != 0) {
+            std::size_t tree = text_.find("\n+-o ", position_);
+            if (tree != std::string_view::npos) {
+                lineNumber_ += static_cast<std::size_t>(std::count(text_.begin() + static_cast<std::ptrdiff_t>(position_),
+                                                                   text_.begin() + static_cast<std::ptrdiff_t>(tree) + 1, '\n'));
+                position_ = tree + 1;
+            }
+        }
         std::string_view line;
         while (NextLine(&line)) {
             std::size_t column = line.find_first_not_of(" |");

@@ -84,7 +84,8 @@ TEST(RegistryDump, EachRealMacReadsAlikeInItsTwoForms) {
 }
 
 TEST(RegistryDump, TheTextFormReadsEveryKindOfValueAndNotesCutLines) {
-    std::string text = kRoot + TextEntry(1, "en0@0", "IOEthernetInterface",
+    // As copied from a terminal, the command first.
+    std::string text = "$ ioreg -lw0\n" + kRoot + TextEntry(1, "en0@0", "IOEthernetInterface",
                                          {R"("string" = "say "hi" ")", R"("numbers" = (0,18446744073709551615,0x1f,-5))",
                                           R"("flags" = {"on"=Yes,"off"=No})", R"("hex" = <0a0B>)",
                                           R"("texts" = <"ab","c">)", R"("empty" = (<>,(),{}))",
