@@ -119,7 +119,7 @@ private:
             next = end + 1;
             ++lineNumber_;
         }
-        if (end == position_) return property;
+        if (next == position_) return property;
         joined_.assign(property);
         joined_.push_back('\n');
         // Line ends within the value are line feeds, whatever the file's.

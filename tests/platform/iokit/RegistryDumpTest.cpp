@@ -89,7 +89,7 @@ TEST(RegistryDump, TheTextFormReadsEveryKindOfValueAndNotesCutLines) {
                                          {R"("string" = "say "hi" ")", R"("numbers" = (0,18446744073709551615,0x1f,-5))",
                                           R"("flags" = {"on"=Yes,"off"=No})", R"("hex" = <0a0B>)",
                                           R"("texts" = <"ab","c">)", R"("empty" = (<>,(),{}))",
-                                          R"("nested" = ({"k"=({"deep"="x"})}))", "\"two lines\" = \"first\r\nsecond\"",
+                                          R"("nested" = ({"k"=({"deep"="x"})}))", "\"lines\" = \"first\r\n\nthird\"",
                                           R"("cut" = <0a0b)", R"("cut too" = {"a"=1,)", R"("BSD Name" = "en0")"});
     IORegistryNotes notes;
     std::string fault;
@@ -104,8 +104,9 @@ TEST(RegistryDump, TheTextFormReadsEveryKindOfValueAndNotesCutLines) {
         <key>texts</key><data>YWIAYwA=</data>
         <key>empty</key><array><data></data><array/><dict/></array>
         <key>nested</key><array><dict><key>k</key><array><dict><key>deep</key><string>x</string></dict></array></dict></array>
-        <key>two lines</key><string>first
-second</string>
+        <key>lines</key><string>first
+
+third</string>
         <key>BSD Name</key><string>en0</string></dict></plist>)";
     PropertyListFormat format;
     CFRef<CFMutableDictionaryRef> wanted(PropertyListCreateFromFileBytes(expected, &format, &fault));
