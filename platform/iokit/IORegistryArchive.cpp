@@ -13,8 +13,10 @@
 // "NS.keys"), each element a UID. The "IOService" plane is walked from the
 // root. An entry with several parents there appears under each, as ioreg
 // shows it.
+#include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/corefoundation/CFKeyedArchiverUID.h"
@@ -48,14 +50,14 @@ public:
         onPath_.assign(static_cast<std::size_t>(CFArrayGetCount(objects_)), false);
 
         CFDictionaryRef store = nullptr;
-        std::vector<UInt32> entries;
+        Numbers entries;
         const void* storeReference = CFDictionaryGetValue(static_cast<CFDictionaryRef>(top), CFSTR("root"));
         if (storeReference == nullptr || !Dictionary(storeReference, &store) || store == nullptr ||
-            !Elements(CFDictionaryGetValue(store, CFSTR("registryEntries")), &entries) || entries.empty()) {
+            !Elements(CFDictionaryGetValue(store, CFSTR("registryEntries")), &entries) || entries->empty()) {
             return Fail("a keyed archive that is no saved registry (no \"registryEntries\")");
         }
-        UInt32 root = entries.front();
-        for (UInt32 entry : entries) {
+        UInt32 root = entries->front();
+        for (UInt32 entry : *entries) {
             CFDictionaryRef dict = nullptr;
             if (!Dictionary(entry, &dict) || dict == nullptr) return Fail("an entry that is no dictionary");
             if (CFDictionaryGetValue(dict, CFSTR("isRegistryRoot")) == kCFBooleanTrue) {
@@ -120,41 +122,64 @@ private:
         return Reference(reference, &number) && Dictionary(number, dict);
     }
 
-    // The elements (object numbers) of an archived array; none for "$null".
-    bool Elements(CFTypeRef reference, std::vector<UInt32>* elements, const char* key = "NS.objects") {
+    // The elements (object numbers) of an archived array, or with keys set
+    // the keys of an archived dictionary; none for "$null". Each array is
+    // read once, however many entries share it.
+    using Numbers = std::shared_ptr<const std::vector<UInt32>>;
+    bool Elements(CFTypeRef reference, Numbers* elements, bool keys = false) {
         UInt32 number = 0;
-        if (reference == nullptr) return true;  // none
-        return Reference(reference, &number) && Elements(number, elements, key);
+        if (reference == nullptr) {  // none
+            *elements = std::make_shared<const std::vector<UInt32>>();
+            return true;
+        }
+        return Reference(reference, &number) && Elements(number, elements, keys);
     }
-    bool Elements(UInt32 number, std::vector<UInt32>* elements, const char* key = "NS.objects") {
+    bool Elements(UInt32 number, Numbers* elements, bool keys = false) {
+        auto known = elements_.find({number, keys});
+        if (known != elements_.end()) {
+            *elements = known->second;
+            return true;
+        }
         CFDictionaryRef array = nullptr;
         if (!Dictionary(number, &array)) return false;
-        if (array == nullptr) return true;
-        CFRef<CFStringRef> keyString(CFStringCreateWithCString(nullptr, key, kCFStringEncodingUTF8));
-        const void* items = CFDictionaryGetValue(array, keyString.get());
-        if (!IsType(items, CFArrayGetTypeID())) return Failed("an archived collection without its \"" + std::string(key) + "\"");
-        CFIndex count = CFArrayGetCount(static_cast<CFArrayRef>(items));
-        elements->reserve(static_cast<std::size_t>(count));
-        for (CFIndex i = 0; i < count; ++i) {
-            UInt32 number = 0;
-            if (!Reference(CFArrayGetValueAtIndex(static_cast<CFArrayRef>(items), i), &number)) return false;
-            elements->push_back(number);
+        auto read = std::make_shared<std::vector<UInt32>>();
+        if (array != nullptr) {
+            const void* items = CFDictionaryGetValue(array, keys ? CFSTR("NS.keys") : CFSTR("NS.objects"));
+            if (!IsType(items, CFArrayGetTypeID())) {
+                return Failed(std::string("an archived collection without its ") + (keys ? "keys" : "objects"));
+            }
+            CFIndex count = CFArrayGetCount(static_cast<CFArrayRef>(items));
+            read->reserve(static_cast<std::size_t>(count));
+            for (CFIndex i = 0; i < count; ++i) {
+                UInt32 element = 0;
+                if (!Reference(CFArrayGetValueAtIndex(static_cast<CFArrayRef>(items), i), &element)) return false;
+                read->push_back(element);
+            }
         }
+        *elements = read;
+        elements_.emplace(std::make_pair(number, keys), std::move(read));
         return true;
     }
 
     // The text of an archived string (a string, or {"NS.string": ...}); ""
-    // for "$null".
+    // for "$null". Names are short: a longer text is refused rather than
+    // copied into every entry that shares it.
     bool Text(UInt32 number, std::string* text) {
+        auto known = texts_.find(number);
+        if (known != texts_.end()) {
+            *text = known->second;
+            return true;
+        }
         CFTypeRef object = nullptr;
         Object(number, &object);
         if (IsType(object, CFDictionaryGetTypeID())) object = CFDictionaryGetValue(static_cast<CFDictionaryRef>(object), CFSTR("NS.string"));
-        if (object == nullptr) {
-            text->clear();
-            return true;
+        text->clear();
+        if (object != nullptr && !IsType(object, CFStringGetTypeID())) return Failed("a name that is no string");
+        if (object != nullptr && CFStringGetLength(static_cast<CFStringRef>(object)) > kMaxNameLength) {
+            return Failed("a name longer than " + std::to_string(kMaxNameLength) + " characters");
         }
-        if (!IsType(object, CFStringGetTypeID())) return Failed("a name that is no string");
-        *text = Utf8(static_cast<CFStringRef>(object));
+        if (object != nullptr) *text = Utf8(static_cast<CFStringRef>(object));
+        texts_.emplace(number, *text);
         return true;
     }
     bool Text(CFTypeRef reference, std::string* text) {
@@ -167,19 +192,24 @@ private:
     bool InServicePlane(CFDictionaryRef entry, CFStringRef key, UInt32* value, bool* found) {
         *found = false;
         const void* planes = CFDictionaryGetValue(entry, key);
+        UInt32 number = 0;
         if (planes == nullptr) return true;
-        std::vector<UInt32> keys, values;
-        if (!Elements(planes, &keys, "NS.keys") || !Elements(planes, &values)) return false;
-        if (keys.size() != values.size()) return Failed("an archived dictionary with more keys than values");
-        for (std::size_t i = 0; i < keys.size(); ++i) {
-            std::string plane;
-            if (!Text(keys[i], &plane)) return false;
-            if (plane == "IOService") {
-                *value = values[i];
-                *found = true;
-                return true;
+        if (!Reference(planes, &number)) return false;
+        auto known = planes_.find(number);
+        if (known == planes_.end()) {
+            Numbers keys, values;
+            if (!Elements(number, &keys, true) || !Elements(number, &values)) return false;
+            if (keys->size() != values->size()) return Failed("an archived dictionary with more keys than values");
+            std::pair<bool, UInt32> service{false, 0};
+            for (std::size_t i = 0; i < keys->size() && !service.first; ++i) {
+                std::string plane;
+                if (!Text((*keys)[i], &plane)) return false;
+                if (plane == "IOService") service = {true, (*values)[i]};
             }
+            known = planes_.emplace(number, service).first;
         }
+        *found = known->second.first;
+        *value = known->second.second;
         return true;
     }
 
@@ -220,6 +250,9 @@ private:
             properties->reset(CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
         } else if (!IsType(value, CFDataGetTypeID())) {
             return Failed("properties that are not the bytes of a property list");
+        } else if (auto parsed = parsed_.find(value); parsed != parsed_.end()) {
+            // The same bytes, shared by several entries: read once.
+            *properties = CFRef<CFMutableDictionaryRef>::Retain(parsed->second.get());
         } else {
             CFDataRef data = static_cast<CFDataRef>(value);
             std::string bytes(reinterpret_cast<const char*>(CFDataGetBytePtr(data)), static_cast<std::size_t>(CFDataGetLength(data)));
@@ -227,6 +260,7 @@ private:
             std::string fault;
             properties->reset(PropertyListCreateFromFileBytes(bytes, &format, &fault));
             if (!*properties) return Failed("an entry's properties: " + fault);
+            parsed_.emplace(value, CFRef<CFMutableDictionaryRef>::Retain(properties->get()));
         }
         properties_.emplace(number, CFRef<CFMutableDictionaryRef>::Retain(properties->get()));
         return true;
@@ -234,15 +268,16 @@ private:
 
     // Adds the entry under parent; *children receives its children in the
     // "IOService" plane.
-    bool AddEntry(UInt32 number, std::size_t parent, std::vector<UInt32>* children) {
+    bool AddEntry(UInt32 number, std::size_t parent, Numbers* children) {
         CFDictionaryRef entry = nullptr;
         if (!Dictionary(number, &entry)) return false;
         if (entry == nullptr) return Failed("an entry that is \"$null\"");
-        std::vector<UInt32> lineage;
+        Numbers lineage;
         if (!Elements(CFDictionaryGetValue(entry, CFSTR("inheritance")), &lineage)) return false;
-        std::vector<std::string> classes(lineage.size());
-        for (std::size_t i = 0; i < lineage.size(); ++i) {
-            if (!Text(lineage[i], &classes[i])) return false;
+        if (lineage->size() > kMaxLineage) return Failed("a class lineage of more than " + std::to_string(kMaxLineage) + " classes");
+        std::vector<std::string> classes(lineage->size());
+        for (std::size_t i = 0; i < lineage->size(); ++i) {
+            if (!Text((*lineage)[i], &classes[i])) return false;
         }
         if (classes.empty() || classes.front().empty()) return Failed("an entry without its class");
 
@@ -254,7 +289,7 @@ private:
             !InServicePlane(entry, CFSTR("childrenInPlanes"), &childList, &hasChildren)) {
             return false;
         }
-        children->clear();
+        *children = std::make_shared<const std::vector<UInt32>>();
         if (hasChildren && !Elements(childList, children)) return false;
         std::size_t index = registry_.AddEntry(parent, classes.front(), std::move(properties), std::move(name));
         classes.erase(classes.begin());
@@ -270,7 +305,7 @@ private:
         struct Frame {
             UInt32 number;
             std::size_t index;
-            std::vector<UInt32> children;
+            Numbers children;
             std::size_t next = 0;
         };
         std::vector<Frame> stack(1);
@@ -280,12 +315,12 @@ private:
         onPath_[root] = true;
         while (!stack.empty()) {
             Frame& top = stack.back();
-            if (top.next == top.children.size()) {
+            if (top.next == top.children->size()) {
                 onPath_[top.number] = false;
                 stack.pop_back();
                 continue;
             }
-            UInt32 child = top.children[top.next++];
+            UInt32 child = (*top.children)[top.next++];
             std::size_t parent = top.index;
             if (onPath_[child]) return Failed("an entry that is its own ancestor");
             if (stack.size() >= static_cast<std::size_t>(kIORegistryMaxDepth)) {
@@ -301,8 +336,20 @@ private:
         return true;
     }
 
+    // Names, classes and planes are short; lineages have a dozen classes.
+    static constexpr CFIndex kMaxNameLength = 1024;
+    static constexpr std::size_t kMaxLineage = 64;
+
+    struct PairHash {
+        std::size_t operator()(const std::pair<UInt32, bool>& key) const { return key.first * 2u + key.second; }
+    };
+
     CFDictionaryRef archive_;
     std::string* fault_;
+    std::unordered_map<std::pair<UInt32, bool>, Numbers, PairHash> elements_;  // per array (or keys) read
+    std::unordered_map<UInt32, std::string> texts_;                            // per string read
+    std::unordered_map<UInt32, std::pair<bool, UInt32>> planes_;               // per dictionary of planes
+    std::unordered_map<const void*, CFRef<CFMutableDictionaryRef>> parsed_;    // per property-list bytes
     CFArrayRef objects_ = nullptr;
     std::vector<bool> onPath_;  // per object: an entry on the way from the root to the one being read
     std::unordered_map<UInt32, CFRef<CFMutableDictionaryRef>> properties_;  // per entry read

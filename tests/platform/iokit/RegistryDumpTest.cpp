@@ -298,6 +298,8 @@ TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
          }),
          "entries shared under so many parents"},
         {SaveFileWith([](SaveFile& f) { return std::vector<int>{f.AddEntry({""})}; }), "an entry without its class"},
+        {SaveFileWith([](SaveFile& f) { return std::vector<int>{f.AddEntry({std::string(2000, 'A')})}; }),
+         "a name longer than 1024 characters"},
         {SaveFileWith([](SaveFile& f) { return std::vector<int>{f.Add(f.Entry(kServiceClasses, "junk", {}))}; }),
          "an entry's properties: "},
         {hugeCountFile, "runs past the objects"},
