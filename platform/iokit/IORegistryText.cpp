@@ -39,10 +39,17 @@ unsigned HexValue(char c) {
     return static_cast<unsigned>((c | 0x20) - 'a' + 10);
 }
 
+// Values up to this long are shared between the entries that hold them.
+constexpr std::size_t kMaxSharedValue = 128;
+
 class TextReader {
 public:
     TextReader(std::string_view text, std::string* fault, IORegistryNotes* notes)
-        : text_(text), fault_(fault), notes_(notes) {}
+        : text_(text), fault_(fault), notes_(notes) {
+        // About one string, and one short value, in every few lines.
+        strings_.reserve(text.size() / 256);
+        values_.reserve(text.size() / 1024);
+    }
 
     std::shared_ptr<IORegistry> Read() {
         if (text_.compare(0, 3, "\xEF\xBB\xBF") == 0) position_ = 3;  // a byte order mark
@@ -176,9 +183,10 @@ private:
         if (key == nullptr) return Fail("a key that is not UTF-8 text");
         std::string_view valueText = text.substr(keyEnd + 4);
         CFMutableDictionaryRef properties = registry_.entry(registry_.size() - 1).properties.get();
-        // Many entries hold the same data, arrays and dictionaries: each is
-        // read once and shared (nothing changes a registry's values).
-        bool shared = InDump(valueText) && !valueText.empty() &&
+        // Many entries hold the same short data, arrays and dictionaries:
+        // each is read once and shared (nothing changes a registry's
+        // values). Long ones are mostly an entry's own.
+        bool shared = InDump(valueText) && !valueText.empty() && valueText.size() <= kMaxSharedValue &&
                       (valueText.front() == '<' || valueText.front() == '(' || valueText.front() == '{');
         if (shared) {
             auto known = values_.find(valueText);
