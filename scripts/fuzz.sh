@@ -27,6 +27,7 @@ mkdir -p "$artifacts"
 # Starts one target in the background with its seeds and options.
 start() {
   local target=$1
+  shift
   mkdir -p "$work/$target"
   local options=(-max_len=65536)
   case "$target" in
