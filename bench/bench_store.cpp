@@ -45,22 +45,24 @@ void BM_SwitchProxyOnEveryService(benchmark::State& state) {
         root.writeStore(store);
         state.ResumeTiming();
 
-        OSStatus err = MoreSCOpen(false, false);
-        CFRef<CFArrayRef> serviceIDs;
-        if (err == noErr) err = MoreSCCopyServiceIDs(nullptr, serviceIDs.out(), nullptr);
-        CFIndex count = (err == noErr) ? CFArrayGetCount(serviceIDs.get()) : 0;
-        for (CFIndex i = 0; i < count; ++i) {
-            CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(serviceIDs.get(), i));
-            Boolean active = false;
-            CFRef<CFMutableDictionaryRef> proxies;
-            err = MoreSCIsServiceActive(nullptr, serviceID, &active);
-            if (err != noErr || !active) continue;
-            err = MoreSCCopyEntityMutable(nullptr, serviceID, CFSTR("Proxies"), proxies.out());
-            if (err != noErr) continue;
-            err = CFQDictionarySetNumber(proxies.get(), CFSTR("HTTPEnable"), 0);
-            if (err == noErr) err = MoreSCSetEntity(nullptr, serviceID, CFSTR("Proxies"), proxies.get());
+        OSStatus err = noErr;
+        {
+            MoreSCSessionScope session(&err, true);
+            CFRef<CFArrayRef> serviceIDs;
+            if (err == noErr) err = MoreSCCopyServiceIDs(nullptr, serviceIDs.out(), nullptr);
+            CFIndex count = (err == noErr) ? CFArrayGetCount(serviceIDs.get()) : 0;
+            for (CFIndex i = 0; i < count; ++i) {
+                CFStringRef serviceID = static_cast<CFStringRef>(CFArrayGetValueAtIndex(serviceIDs.get(), i));
+                Boolean active = false;
+                CFRef<CFMutableDictionaryRef> proxies;
+                err = MoreSCIsServiceActive(nullptr, serviceID, &active);
+                if (err != noErr || !active) continue;
+                err = MoreSCCopyEntityMutable(nullptr, serviceID, CFSTR("Proxies"), proxies.out());
+                if (err != noErr) continue;
+                err = CFQDictionarySetNumber(proxies.get(), CFSTR("HTTPEnable"), 0);
+                if (err == noErr) err = MoreSCSetEntity(nullptr, serviceID, CFSTR("Proxies"), proxies.get());
+            }
         }
-        MoreSCClose(&err, true);
         if (err != noErr) state.SkipWithError("the walk failed");
     }
     state.SetComplexityN(state.range(0));

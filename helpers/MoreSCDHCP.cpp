@@ -32,13 +32,14 @@ OSStatus IsDHCPEntity(SCDynamicStoreRef store, CFStringRef key, Boolean* isDHCP)
 
 // Appends the service ID of a key "Setup:/Network/Service/<ID>/IPv4".
 OSStatus AppendServiceID(CFMutableArrayRef serviceIDs, CFStringRef key) {
-    CFRef<CFArrayRef> thisKeyExploded(CFStringCreateArrayBySeparatingStrings(kCFAllocatorDefault, key, CFSTR("/")));
-    OSStatus err = thisKeyExploded ? noErr : coreFoundationUnknownErr;
+    CFRef<CFArrayRef> pieces(CFStringCreateArrayBySeparatingStrings(kCFAllocatorDefault, key, CFSTR("/")));
+    CFArrayRef thisKeyExploded = pieces.get();
+    OSStatus err = thisKeyExploded != nil ? noErr : coreFoundationUnknownErr;
     if (err == noErr) {
-        MoreAssertQ(CFArrayGetCount(thisKeyExploded.get()) == 5);
-        if (CFArrayGetCount(thisKeyExploded.get()) < 4) err = coreFoundationUnknownErr;
+        MoreAssertQ(CFArrayGetCount(thisKeyExploded) == 5);
+        if (CFArrayGetCount(thisKeyExploded) < 4) err = coreFoundationUnknownErr;
     }
-    if (err == noErr) CFArrayAppendValue(serviceIDs, CFArrayGetValueAtIndex(thisKeyExploded.get(), 3));
+    if (err == noErr) CFArrayAppendValue(serviceIDs, CFArrayGetValueAtIndex(thisKeyExploded, 3));
     return err;
 }
 

@@ -78,7 +78,8 @@ OSStatus MoreSCMakeNewDialupSet(CFStringRef userVisibleName, CFStringRef bsdName
                                 const MoreSCDNSDigest* dnsSettings, CFStringRef* newSetID) {
     MoreAssertQ(userVisibleName != nil);
     MoreAssertQ(pppSettings != nil);
-    MoreAssertQ(pppSettings == nil || pppSettings->active);
+    // A nil digest has been reported above; it has no flag to check.
+    if (pppSettings != nil) MoreAssertQ(pppSettings->active);
     MoreAssertQ(newSetID == nil || *newSetID == nil);
 
     CFRef<CFStringRef> newSet;

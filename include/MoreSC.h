@@ -18,6 +18,7 @@
 #include "entities/MoreSCCreateEntity.h"
 #include "ports/MoreSCFPortScanner.h"
 #include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSessionScope.h"
 #include "netconfig/MoreSCSets.h"
 #include "netconfig/MoreSCServices.h"
 #include "netconfig/MoreSCEntities.h"

@@ -9,7 +9,11 @@
 void Outcome::Check(const char* operation, OSStatus status) {
     if (status == noErr || !ok()) return;
     status_ = status;
-    Record(kExitFailure, std::string(operation) + " failed with status " + DescribeStatus(status));
+    if (status == kSCStatusNoStoreServer) {
+        Record(kExitNotApplied, "saved, but not applied: " + DescribeStatus(status));
+    } else {
+        Record(kExitFailure, std::string(operation) + " failed with status " + DescribeStatus(status));
+    }
 }
 
 void Outcome::Fail(const std::string& message) { Record(kExitFailure, message); }

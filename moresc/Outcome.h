@@ -12,6 +12,7 @@ enum : int {
     kExitSuccess = 0,
     kExitFailure = 1,  // an operation failed, or a set or service was not found
     kExitUsage = 2,    // the command line or the input is not what the subcommand takes
+    kExitNotApplied = 3,  // the change was saved, but the running system did not take it
 };
 
 // Steps run while ok() holds; the first failure wins and later ones are
@@ -25,7 +26,9 @@ public:
     // The library status of the failure; noErr when there is none.
     OSStatus status() const { return status_; }
 
-    // Records the status that the library operation named returned.
+    // Records the status that the library operation named returned. A
+    // save whose apply failed (kSCStatusNoStoreServer) is recorded as
+    // "saved, but not applied".
     void Check(const char* operation, OSStatus status);
     // Records a failure that is not a library status: what was asked for is
     // not there, or is ambiguous.

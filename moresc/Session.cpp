@@ -24,29 +24,6 @@ bool StoreExists(const std::string& path) {
 // the store between its reading and the locking.
 bool OtherProgramInTheWay(OSStatus err) { return err == kSCStatusPrefsBusy || err == kSCStatusStale; }
 
-// Puts the session's store back as its file holds it. The library's
-// outermost close saves whatever an operation changed, also when a later
-// step failed (a half-made set whose roll-back could not run, a copy whose
-// renaming failed): so a subcommand that fails first undoes its changes,
-// and the close finds nothing to write.
-void RestoreStoreFromFile() {
-    SCPreferencesRef session = MoreSCGetSCPreferencesRef();
-    CFRef<SCPreferencesRef> file(SCPreferencesCreate(kCFAllocatorDefault, CFSTR("moresc"), nil));
-    CFRef<CFArrayRef> keys(SCPreferencesCopyKeyList(session));
-    CFRef<CFArrayRef> fileKeys(file ? SCPreferencesCopyKeyList(file.get()) : nil);
-    if (!keys || !fileKeys) return;
-    for (CFIndex i = 0, count = CFArrayGetCount(keys.get()); i < count; ++i) {
-        CFStringRef key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(keys.get(), i));
-        if (SCPreferencesGetValue(file.get(), key) == nil) SCPreferencesRemoveValue(session, key);
-    }
-    for (CFIndex i = 0, count = CFArrayGetCount(fileKeys.get()); i < count; ++i) {
-        CFStringRef key = static_cast<CFStringRef>(CFArrayGetValueAtIndex(fileKeys.get(), i));
-        CFPropertyListRef value = SCPreferencesGetValue(file.get(), key);
-        CFPropertyListRef current = SCPreferencesGetValue(session, key);
-        if (current == nil || !CFEqual(current, value)) SCPreferencesSetValue(session, key, value);
-    }
-}
-
 }  // namespace
 
 std::string StorePath() {
@@ -76,27 +53,31 @@ Session::Session(Outcome* outcome, Access access) : outcome_(outcome) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + std::chrono::seconds(gWaitSeconds);
     std::chrono::milliseconds pause(10);
-    OSStatus err = MoreSCOpen(lock, false);
+    scope_.emplace(&err_, false, lock, false);
     // The store is opened anew for each try, so that the session reads what
     // the other program saved.
-    while (lock && OtherProgramInTheWay(err) && Clock::now() < deadline) {
-        MoreSCClose(&err, false);
+    while (lock && OtherProgramInTheWay(err_) && Clock::now() < deadline) {
+        scope_.reset();
         std::this_thread::sleep_for(std::min<Clock::duration>(pause, deadline - Clock::now()));
         pause = std::min(pause * 2, std::chrono::milliseconds(200));
-        err = MoreSCOpen(lock, false);
+        err_ = noErr;
+        scope_.emplace(&err_, false, lock, false);
     }
-    open_ = true;
-    restoreOnFailure_ = access == kChange && err == noErr;
-    outcome_->Check("MoreSCOpen", err);
+    discardOnFailure_ = access == kChange && err_ == noErr;
+    outcome_->Check("MoreSCOpen", err_);
 }
 
 Session::~Session() {
-    if (!open_) return;
-    if (restoreOnFailure_ && !outcome_->ok()) RestoreStoreFromFile();
+    if (!scope_) return;
+    // The library's outermost close saves whatever an operation changed,
+    // also when a later step failed (a half-made set whose roll-back could
+    // not run, a copy whose renaming failed): a subcommand that failed
+    // discards its changes first, so the close finds nothing to write.
+    if (discardOnFailure_ && !outcome_->ok()) SCPreferencesSynchronize(MoreSCGetSCPreferencesRef());
     // The close follows every open, a failed one included, and is handed the
     // running status; a failure already recorded keeps precedence over the
     // save's.
-    OSStatus err = outcome_->status();
-    MoreSCClose(&err, false);
-    outcome_->Check("MoreSCClose", err);
+    err_ = outcome_->status();
+    scope_.reset();
+    outcome_->Check("MoreSCClose", err_);
 }

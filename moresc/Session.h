@@ -2,6 +2,7 @@
 // the change read one copy of the store and save it once, at the end.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "moresc/Outcome.h"
@@ -23,8 +24,8 @@ public:
     Session(Outcome* outcome, Access access);
     // Closes the session. The library's operations ask for the save
     // themselves, and only when they succeed, so this close never asks. A
-    // changing subcommand that failed puts the store back as its file holds
-    // it first, so that nothing is saved. A failed save becomes the
+    // changing subcommand that failed first discards the changes its
+    // session holds, so that nothing is saved. A failed save becomes the
     // outcome's failure.
     ~Session();
 
@@ -38,8 +39,9 @@ public:
 
 private:
     Outcome* outcome_;
-    bool open_ = false;
-    bool restoreOnFailure_ = false;
+    OSStatus err_ = noErr;
+    std::optional<MoreSCSessionScope> scope_;
+    bool discardOnFailure_ = false;
 };
 
 // The path of the preferences store: the default store under

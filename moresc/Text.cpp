@@ -81,7 +81,12 @@ CFStringRef CreateStringFromText(const std::string& text) {
                                    static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, false);
 }
 
-std::string Quoted(const std::string& text) { return "\"" + Escaped(text) + "\""; }
+std::string Quoted(const std::string& text) {
+    std::string quoted = "\"";
+    quoted += Escaped(text);
+    quoted += '"';
+    return quoted;
+}
 
 int FinishWithNewID(Outcome* outcome, CFStringRef newID) {
     if (outcome->ok()) std::printf("%s\n", Escaped(TextOf(newID)).c_str());

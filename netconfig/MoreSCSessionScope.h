@@ -1,6 +1,6 @@
-// One level of the preferences session held for the extent of a block.
-// Internal to the library: the public operations use it so that every exit
-// path, error paths included, closes what it opened.
+// One level of the preferences session held for the extent of a block: the
+// one way into the session for the library's operations and for programs,
+// so that every exit path, error paths included, closes what it opened.
 #pragma once
 
 #include "netconfig/MoreSCSession.h"
@@ -21,12 +21,21 @@
 //     return err;
 class MoreSCSessionScope {
 public:
-    MoreSCSessionScope(OSStatus* err, Boolean commit, Boolean lockThePrefs = false, Boolean waitForLock = false)
+    // What the scope does after an open that failed: close the session, as
+    // every library operation must; or leave it open and counted, as a
+    // command that simply ends after a failed open does.
+    enum FailedOpen { kCloseFailedOpen, kLeaveFailedOpen };
+
+    MoreSCSessionScope(OSStatus* err, Boolean commit, Boolean lockThePrefs = false, Boolean waitForLock = false,
+                       FailedOpen failedOpen = kCloseFailedOpen)
         : err_(err), commit_(commit) {
         OSStatus openErr = MoreSCOpen(lockThePrefs, waitForLock);
+        close_ = openErr == noErr || failedOpen == kCloseFailedOpen;
         if (*err_ == noErr) *err_ = openErr;
     }
-    ~MoreSCSessionScope() { MoreSCClose(err_, commit_); }
+    ~MoreSCSessionScope() {
+        if (close_) MoreSCClose(err_, commit_);
+    }
 
     MoreSCSessionScope(const MoreSCSessionScope&) = delete;
     MoreSCSessionScope& operator=(const MoreSCSessionScope&) = delete;
@@ -41,4 +50,5 @@ public:
 private:
     OSStatus* err_;
     Boolean commit_;
+    bool close_;
 };

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "platform/corefoundation/CFRef.h"
-#include "plist/CFQTyped.h"
 
 void GetCStringCut(CFTypeRef value, char* buffer, CFIndex bufferSize, CFStringEncoding encoding) {
     if (bufferSize <= 0) return;
@@ -11,8 +10,9 @@ void GetCStringCut(CFTypeRef value, char* buffer, CFIndex bufferSize, CFStringEn
     if (value == nil) return;
 
     // A value that is not a string is named by its description.
-    CFRef<CFStringRef> text = CFRef<CFStringRef>::Retain(CFQCast<CFStringRef>(value));
-    if (!text) text.reset(CFCopyDescription(value));
+    CFRef<CFStringRef> text = CFGetTypeID(value) == CFStringGetTypeID()
+                                  ? CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(value))
+                                  : CFRef<CFStringRef>(CFCopyDescription(value));
     if (!text) return;
     if (CFStringGetCString(text.get(), buffer, bufferSize, encoding)) return;
 

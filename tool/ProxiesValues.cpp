@@ -1,14 +1,13 @@
 #include "tool/ProxiesValues.h"
 
 #include "platform/corefoundation/CFRef.h"
-#include "plist/CFQTyped.h"
 
 FlagReading ReadFlag(CFDictionaryRef proxies, CFStringRef key, SInt32* value) {
     *value = 0;
     CFTypeRef stored = CFDictionaryGetValue(proxies, key);
     if (stored == nil) return FlagReading::kAbsent;
-    CFNumberRef number = CFQCast<CFNumberRef>(stored);
-    if (number == nil) return FlagReading::kUnreadable;
+    if (CFGetTypeID(stored) != CFNumberGetTypeID()) return FlagReading::kUnreadable;
+    CFNumberRef number = static_cast<CFNumberRef>(stored);
     int converted = 0;
     Boolean exact = CFNumberGetValue(number, kCFNumberIntType, &converted);
     *value = converted;
@@ -25,8 +24,9 @@ TextReading ReadText(CFDictionaryRef proxies, CFStringRef key, CFStringRef* text
     *text = nil;
     CFTypeRef stored = CFDictionaryGetValue(proxies, key);
     if (stored == nil) return TextReading::kAbsent;
-    CFStringRef string = CFQCast<CFStringRef>(stored);
-    if (string == nil || CFStringGetLength(string) == 0) return TextReading::kEmpty;
+    if (CFGetTypeID(stored) != CFStringGetTypeID()) return TextReading::kEmpty;
+    CFStringRef string = static_cast<CFStringRef>(stored);
+    if (CFStringGetLength(string) == 0) return TextReading::kEmpty;
     *text = string;
     return TextReading::kText;
 }

@@ -4,11 +4,10 @@
 
 #include "netconfig/MoreSCEntities.h"
 #include "netconfig/MoreSCServices.h"
-#include "netconfig/MoreSCSession.h"
+#include "netconfig/MoreSCSessionScope.h"
 #include "netconfig/MoreSCSets.h"
 #include "platform/corefoundation/CFRef.h"
 #include "platform/systemconfiguration/SCSchemaDefinitions.h"
-#include "plist/CFQTyped.h"
 #include "tool/MessageText.h"
 
 ServiceLabel::ServiceLabel(CFTypeRef serviceID) {
@@ -44,8 +43,9 @@ OSStatus CopyProxies(CFStringRef serviceID, CFMutableDictionaryRef* proxies) {
 // command's per-service step.
 template <class Dict, class Visit>
 void WalkServices(Visit visit) {
-    OSStatus err = MoreSCOpen(false, false);
+    OSStatus err = noErr;
     // A session that did not open is left as it is: the command just ends.
+    MoreSCSessionScope session(&err, false, false, false, MoreSCSessionScope::kLeaveFailedOpen);
     if (err != noErr) return;
 
     Boolean changed = false;
@@ -68,13 +68,13 @@ void WalkServices(Visit visit) {
             if (err != noErr) continue;
             // A "Proxies" value that is not a dictionary is no entity the
             // commands can read; it is passed over like a missing one.
-            if (CFQCast<CFDictionaryRef>(proxies.get()) == nil) continue;
+            if (CFGetTypeID(proxies.get()) != CFDictionaryGetTypeID()) continue;
 
             ServiceLabel label(serviceID);
             visit(serviceID, proxies.get(), label, err, changed);
         }
     }
-    MoreSCClose(&err, changed);
+    session.SetCommit(changed);
 }
 
 }  // namespace

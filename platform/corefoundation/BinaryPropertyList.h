@@ -8,6 +8,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "platform/corefoundation/CoreFoundation.h"
 
@@ -18,4 +19,15 @@ bool BinaryPropertyListEncode(CFPropertyListRef root, std::string* bytes, std::s
 
 // A new tree (containers mutable) from the bytes of a binary property list,
 // or nil with *fault set. Strings keep every character, U+0000 included.
-CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault);
+// Keyed-archive UIDs are refused unless keyedArchiveUIDs is set; then each
+// becomes a CFKeyedArchiverUID (see CFKeyedArchiverUID.h).
+CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault,
+                                           bool keyedArchiveUIDs = false);
+
+// Makes room for `room` bytes of the caller's right after the 8-byte header
+// of bytes, a binary property list, where no reader looks: the header, the
+// room, bytes[8, *objectsEnd) and *tableAndTrailer are then the same
+// property list (its offset table and trailer moved by room). False when
+// bytes is not a binary property list.
+bool BinaryPropertyListMakeRoomAfterHeader(std::string_view bytes, std::size_t room, std::size_t* objectsEnd,
+                                           std::string* tableAndTrailer);

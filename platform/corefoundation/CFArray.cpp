@@ -167,15 +167,6 @@ Boolean CFArrayContainsValue(CFArrayRef theArray, CFRange range, const void* val
     return CFArrayGetFirstIndexOfValue(theArray, range, value) != kCFNotFound;
 }
 
-void CFArrayApplyFunction(CFArrayRef theArray, CFRange range, CFArrayApplierFunction applier, void* context) {
-    const __CFArray& array = Checked(theArray, "CFArrayApplyFunction");
-    CheckRange(array, range, "CFArrayApplyFunction");
-    if (applier == nil) return;
-    for (CFIndex i = range.location; i < range.location + range.length; ++i) {
-        applier(array.values_[static_cast<std::size_t>(i)], context);
-    }
-}
-
 CFIndex CFArrayBSearchValues(CFArrayRef theArray, CFRange range, const void* value, CFComparatorFunction comparator,
                              void* context) {
     const __CFArray& array = Checked(theArray, "CFArrayBSearchValues");
@@ -198,48 +189,12 @@ void CFArrayAppendValue(CFMutableArrayRef theArray, const void* value) {
     array.values_.push_back(array.retainValue(value));
 }
 
-void CFArrayInsertValueAtIndex(CFMutableArrayRef theArray, CFIndex idx, const void* value) {
-    __CFArray& array = CheckedMutable(theArray, "CFArrayInsertValueAtIndex");
-    CheckIndex(array, idx, 1, "CFArrayInsertValueAtIndex");
-    array.values_.insert(At(array, idx), array.retainValue(value));
-}
-
-// Replaces the value at idx, or appends when idx is the count.
-void CFArraySetValueAtIndex(CFMutableArrayRef theArray, CFIndex idx, const void* value) {
-    __CFArray& array = CheckedMutable(theArray, "CFArraySetValueAtIndex");
-    CheckIndex(array, idx, 1, "CFArraySetValueAtIndex");
-    const void* retained = array.retainValue(value);
-    if (idx == static_cast<CFIndex>(array.values_.size())) {
-        array.values_.push_back(retained);
-        return;
-    }
-    const void* old = array.values_[static_cast<std::size_t>(idx)];
-    array.values_[static_cast<std::size_t>(idx)] = retained;
-    array.releaseValue(old);
-}
-
 void CFArrayRemoveValueAtIndex(CFMutableArrayRef theArray, CFIndex idx) {
     __CFArray& array = CheckedMutable(theArray, "CFArrayRemoveValueAtIndex");
     CheckIndex(array, idx, 0, "CFArrayRemoveValueAtIndex");
     const void* old = array.values_[static_cast<std::size_t>(idx)];
     array.values_.erase(At(array, idx));
     array.releaseValue(old);
-}
-
-void CFArrayRemoveAllValues(CFMutableArrayRef theArray) {
-    __CFArray& array = CheckedMutable(theArray, "CFArrayRemoveAllValues");
-    std::vector<const void*> old;
-    old.swap(array.values_);
-    for (const void* value : old) array.releaseValue(value);
-}
-
-void CFArrayAppendArray(CFMutableArrayRef theArray, CFArrayRef otherArray, CFRange otherRange) {
-    __CFArray& array = CheckedMutable(theArray, "CFArrayAppendArray");
-    const __CFArray& other = Checked(otherArray, "CFArrayAppendArray");
-    CheckRange(other, otherRange, "CFArrayAppendArray");
-    // Copied out first: the other array may be this one.
-    std::vector<const void*> added(At(other, otherRange.location), At(other, otherRange.location + otherRange.length));
-    for (const void* value : added) array.values_.push_back(array.retainValue(value));
 }
 
 void CFArraySortValues(CFMutableArrayRef theArray, CFRange range, CFComparatorFunction comparator, void* context) {

@@ -137,18 +137,6 @@ struct __CFDictionary : __CFRuntimeBase {
         releaseValue(removed.value);
     }
 
-    void removeAll() {
-        std::vector<Entry> old;
-        old.swap(entries_);
-        index_.clear();
-        removed_ = 0;
-        for (const Entry& entry : old) {
-            if (!entry.live()) continue;
-            releaseKey(entry.key);
-            releaseValue(entry.value);
-        }
-    }
-
     // Squeezes out removed entries once they make up half the storage,
     // keeping the order of the live ones, so long runs of removals stay
     // linear.
@@ -364,14 +352,6 @@ Boolean CFDictionaryContainsKey(CFDictionaryRef theDict, const void* key) {
     return Checked(theDict, "CFDictionaryContainsKey").find(key) != nil;
 }
 
-Boolean CFDictionaryContainsValue(CFDictionaryRef theDict, const void* value) {
-    const __CFDictionary& dict = Checked(theDict, "CFDictionaryContainsValue");
-    for (const __CFDictionary::Entry& entry : dict.entries_) {
-        if (entry.live() && dict.equalValues(entry.value, value)) return true;
-    }
-    return false;
-}
-
 void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, const void** values) {
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetKeysAndValues");
     std::size_t out = 0;
@@ -407,16 +387,6 @@ void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const
     }
 }
 
-void CFDictionaryReplaceValue(CFMutableDictionaryRef theDict, const void* key, const void* value) {
-    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryReplaceValue");
-    const __CFDictionary::Entry* existing = dict.find(key);
-    if (existing != nil) dict.replace(existing, value);
-}
-
 void CFDictionaryRemoveValue(CFMutableDictionaryRef theDict, const void* key) {
     CheckedMutable(theDict, "CFDictionaryRemoveValue").remove(key);
-}
-
-void CFDictionaryRemoveAllValues(CFMutableDictionaryRef theDict) {
-    CheckedMutable(theDict, "CFDictionaryRemoveAllValues").removeAll();
 }

@@ -190,10 +190,6 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType theType, const void* val
     }
 }
 
-CFNumberType CFNumberGetType(CFNumberRef number) {
-    return Checked(number, "CFNumberGetType").isFloat_ ? kCFNumberFloat64Type : kCFNumberSInt64Type;
-}
-
 Boolean CFNumberIsFloatType(CFNumberRef number) { return Checked(number, "CFNumberIsFloatType").isFloat_; }
 
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr) {
@@ -216,8 +212,4 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePt
         case kCFNumberDoubleType: return AsDouble(n, valuePtr);
         default: return false;
     }
-}
-
-CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, void*) {
-    return Compare(Checked(number, "CFNumberCompare"), Checked(otherNumber, "CFNumberCompare"));
 }

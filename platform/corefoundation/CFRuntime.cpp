@@ -155,14 +155,6 @@ CFStringRef CFCopyDescription(CFTypeRef cf) {
     return _CFRuntimeBase(cf)->copyDescription();
 }
 
-void CFShow(CFTypeRef cf) {
-    CFStringRef description = CFCopyDescription(cf);
-    std::string text = cfrt::StringText(description) + "\n";
-    if (description != nil) CFRelease(description);
-    std::fputs(text.c_str(), stderr);
-    std::fflush(stderr);
-}
-
 CFTypeID CFStringGetTypeID(void) { return cfrt::kStringTypeID; }
 CFTypeID CFNumberGetTypeID(void) { return cfrt::kNumberTypeID; }
 CFTypeID CFBooleanGetTypeID(void) { return cfrt::kBooleanTypeID; }

@@ -333,28 +333,6 @@ bool Encode(std::u16string_view text, CFStringEncoding encoding, std::string& ou
     }
 }
 
-std::string ToUTF8(const std::u16string& text) {
-    std::string out;
-    if (Encode(text, kCFStringEncodingUTF8, out)) return out;
-    // Replace unpaired surrogates so the rest of the text survives.
-    std::u16string repaired;
-    repaired.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char16_t c = text[i];
-        bool high = c >= 0xD800 && c <= 0xDBFF;
-        if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-            repaired.push_back(c);
-            repaired.push_back(text[++i]);
-        } else if (c >= 0xD800 && c <= 0xDFFF) {
-            repaired.push_back(0xFFFD);
-        } else {
-            repaired.push_back(c);
-        }
-    }
-    Encode(repaired, kCFStringEncodingUTF8, out);
-    return out;
-}
-
 // ---------------------------------------------------------------------------
 // Lower case
 
@@ -494,8 +472,6 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef, CFStringRef theString, C
                     .substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length)));
 }
 
-CFMutableStringRef CFStringCreateMutable(CFAllocatorRef, CFIndex) { return MakeMutable(std::u16string()); }
-
 CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef, CFIndex, CFStringRef theString) {
     return MakeMutable(Checked(theString, "CFStringCreateMutableCopy").units());
 }
@@ -596,21 +572,6 @@ CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encod
 
 // ---------------------------------------------------------------------------
 // Mutation
-
-void CFStringAppend(CFMutableStringRef theString, CFStringRef appendedString) {
-    __CFMutableString& str = CheckedMutable(theString, "CFStringAppend");
-    // Copy first: the appended string may be theString itself.
-    std::u16string tail = Checked(appendedString, "CFStringAppend").units();
-    str.text_ += tail;
-}
-
-void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStringEncoding encoding) {
-    __CFMutableString& str = CheckedMutable(theString, "CFStringAppendCString");
-    if (cStr == nil) return;
-    std::u16string tail;
-    // Bytes that are not valid in the encoding add nothing.
-    if (Decode(reinterpret_cast<const UInt8*>(cStr), std::strlen(cStr), encoding, false, tail)) str.text_ += tail;
-}
 
 void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef replacement) {
     __CFMutableString& str = CheckedMutable(theString, "CFStringReplace");

@@ -122,32 +122,12 @@ CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString
     return CompareText(a.units(), b.units(), compareOptions);
 }
 
-CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRef theString2, CFRange rangeToCompare,
-                                              CFStringCompareFlags compareOptions) {
-    const __CFString& a = Checked(theString1, "CFStringCompareWithOptions");
-    const __CFString& b = Checked(theString2, "CFStringCompareWithOptions");
-    CheckRange(rangeToCompare, Length(a), "CFStringCompareWithOptions");
-    const std::u16string whole = a.units();
-    std::u16string_view part(whole);
-    part = part.substr(static_cast<std::size_t>(rangeToCompare.location),
-                       static_cast<std::size_t>(rangeToCompare.length));
-    return CompareText(part, b.units(), compareOptions);
-}
-
 CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions) {
     const __CFString& s = Checked(theString, "CFStringFind");
     const __CFString& f = Checked(stringToFind, "CFStringFind");
     CFRange result = CFRangeMake(kCFNotFound, 0);
     FindIn(s.units(), CFRangeMake(0, Length(s)), f.units(), compareOptions, &result);
     return result;
-}
-
-Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind, CFRange rangeToSearch,
-                                CFStringCompareFlags searchOptions, CFRange* result) {
-    const __CFString& s = Checked(theString, "CFStringFindWithOptions");
-    const __CFString& f = Checked(stringToFind, "CFStringFindWithOptions");
-    CheckRange(rangeToSearch, Length(s), "CFStringFindWithOptions");
-    return FindIn(s.units(), rangeToSearch, f.units(), searchOptions, result);
 }
 
 Boolean CFStringHasPrefix(CFStringRef theString, CFStringRef prefix) {
@@ -160,30 +140,4 @@ Boolean CFStringHasSuffix(CFStringRef theString, CFStringRef suffix) {
     const __CFString& s = Checked(theString, "CFStringHasSuffix");
     const __CFString& p = Checked(suffix, "CFStringHasSuffix");
     return FindIn(s.units(), CFRangeMake(0, Length(s)), p.units(), kCFCompareAnchored | kCFCompareBackwards, nil);
-}
-
-CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringToFind, CFStringRef replacementString,
-                               CFRange rangeToSearch, CFStringCompareFlags compareOptions) {
-    __CFMutableString& s = CheckedMutable(theString, "CFStringFindAndReplace");
-    // Copies, so that either argument may be theString itself.
-    const std::u16string needle = Checked(stringToFind, "CFStringFindAndReplace").units();
-    const std::u16string with = Checked(replacementString, "CFStringFindAndReplace").units();
-    CheckRange(rangeToSearch, Length(s), "CFStringFindAndReplace");
-
-    // Collect non-overlapping matches in search order, then replace from
-    // the end of the text so earlier positions stay valid.
-    std::vector<CFIndex> starts;
-    const CFIndex n = static_cast<CFIndex>(needle.size());
-    CFIndex lo = rangeToSearch.location, hi = rangeToSearch.location + rangeToSearch.length;
-    CFRange match;
-    while (lo < hi && FindIn(s.text_, CFRangeMake(lo, hi - lo), needle, compareOptions, &match)) {
-        starts.push_back(match.location);
-        if (compareOptions & kCFCompareAnchored) break;
-        if (compareOptions & kCFCompareBackwards) hi = match.location;
-        else lo = match.location + n;
-    }
-    std::sort(starts.begin(), starts.end());
-    for (auto it = starts.rbegin(); it != starts.rend(); ++it)
-        s.text_.replace(static_cast<std::size_t>(*it), needle.size(), with);
-    return static_cast<CFIndex>(starts.size());
 }

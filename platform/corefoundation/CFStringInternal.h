@@ -103,9 +103,6 @@ bool Encode(std::u16string_view text, CFStringEncoding encoding, std::string& ou
 // The same for a string's text, without copying a narrow text to UTF-16.
 bool Encode(const __CFString::View& text, CFStringEncoding encoding, std::string& out);
 
-// The text as UTF-8; unpaired surrogates become U+FFFD.
-std::string ToUTF8(const std::u16string& text);
-
 // Orders two texts by their UTF-16 code units.
 int CompareUnits(const __CFString::View& a, const __CFString::View& b);
 

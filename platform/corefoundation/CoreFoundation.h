@@ -69,8 +69,6 @@ CFHashCode CFHash(CFTypeRef cf);
 // A human-readable text of the object: a string's own text, a number's
 // value, "true"/"false", and a nested description for containers.
 CFStringRef CFCopyDescription(CFTypeRef cf);
-// Writes the description of cf to standard error.
-void CFShow(CFTypeRef cf);
 
 CFTypeID CFStringGetTypeID(void);
 CFTypeID CFNumberGetTypeID(void);
@@ -123,7 +121,6 @@ CFStringRef CFStringCreateWithSubstring(CFAllocatorRef alloc, CFStringRef str, C
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions, CFStringRef format, ...);
 CFStringRef CFStringCreateWithFormatAndArguments(CFAllocatorRef alloc, CFDictionaryRef formatOptions,
                                                  CFStringRef format, va_list arguments);
-CFMutableStringRef CFStringCreateMutable(CFAllocatorRef alloc, CFIndex maxLength);
 CFMutableStringRef CFStringCreateMutableCopy(CFAllocatorRef alloc, CFIndex maxLength, CFStringRef theString);
 CFArrayRef CFStringCreateArrayBySeparatingStrings(CFAllocatorRef alloc, CFStringRef theString,
                                                   CFStringRef separatorString);
@@ -139,19 +136,11 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 
 CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2, CFStringCompareFlags compareOptions);
-CFComparisonResult CFStringCompareWithOptions(CFStringRef theString1, CFStringRef theString2, CFRange rangeToCompare,
-                                              CFStringCompareFlags compareOptions);
 CFRange CFStringFind(CFStringRef theString, CFStringRef stringToFind, CFStringCompareFlags compareOptions);
-Boolean CFStringFindWithOptions(CFStringRef theString, CFStringRef stringToFind, CFRange rangeToSearch,
-                                CFStringCompareFlags searchOptions, CFRange* result);
 Boolean CFStringHasPrefix(CFStringRef theString, CFStringRef prefix);
 Boolean CFStringHasSuffix(CFStringRef theString, CFStringRef suffix);
 
-void CFStringAppend(CFMutableStringRef theString, CFStringRef appendedString);
-void CFStringAppendCString(CFMutableStringRef theString, const char* cStr, CFStringEncoding encoding);
 void CFStringReplace(CFMutableStringRef theString, CFRange range, CFStringRef replacement);
-CFIndex CFStringFindAndReplace(CFMutableStringRef theString, CFStringRef stringToFind, CFStringRef replacementString,
-                               CFRange rangeToSearch, CFStringCompareFlags compareOptions);
 void CFStringLowercase(CFMutableStringRef theString, CFLocaleRef locale);
 
 // ---------------------------------------------------------------------------
@@ -177,13 +166,11 @@ enum : CFIndex {
 };
 
 CFNumberRef CFNumberCreate(CFAllocatorRef alloc, CFNumberType theType, const void* valuePtr);
-CFNumberType CFNumberGetType(CFNumberRef number);
 Boolean CFNumberIsFloatType(CFNumberRef number);
 // Stores the value converted to theType. Returns false when the conversion
 // loses information (a fraction, or a value out of the type's range); the
 // stored value is then the truncated one.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
-CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef otherNumber, void* context);
 
 // ---------------------------------------------------------------------------
 // Booleans
@@ -231,7 +218,6 @@ const void* CFArrayGetValueAtIndex(CFArrayRef theArray, CFIndex idx);
 void CFArrayGetValues(CFArrayRef theArray, CFRange range, const void** values);
 Boolean CFArrayContainsValue(CFArrayRef theArray, CFRange range, const void* value);
 CFIndex CFArrayGetFirstIndexOfValue(CFArrayRef theArray, CFRange range, const void* value);
-void CFArrayApplyFunction(CFArrayRef theArray, CFRange range, CFArrayApplierFunction applier, void* context);
 // Binary search of a sorted range: the index of a value equal to value, or
 // of the place where it would be inserted (which may be range.location +
 // range.length).
@@ -239,11 +225,7 @@ CFIndex CFArrayBSearchValues(CFArrayRef theArray, CFRange range, const void* val
                              void* context);
 
 void CFArrayAppendValue(CFMutableArrayRef theArray, const void* value);
-void CFArrayInsertValueAtIndex(CFMutableArrayRef theArray, CFIndex idx, const void* value);
-void CFArraySetValueAtIndex(CFMutableArrayRef theArray, CFIndex idx, const void* value);
 void CFArrayRemoveValueAtIndex(CFMutableArrayRef theArray, CFIndex idx);
-void CFArrayRemoveAllValues(CFMutableArrayRef theArray);
-void CFArrayAppendArray(CFMutableArrayRef theArray, CFArrayRef otherArray, CFRange otherRange);
 // Stable sort of the range.
 void CFArraySortValues(CFMutableArrayRef theArray, CFRange range, CFComparatorFunction comparator, void* context);
 
@@ -290,16 +272,13 @@ CFIndex CFDictionaryGetCount(CFDictionaryRef theDict);
 const void* CFDictionaryGetValue(CFDictionaryRef theDict, const void* key);
 Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef theDict, const void* key, const void** value);
 Boolean CFDictionaryContainsKey(CFDictionaryRef theDict, const void* key);
-Boolean CFDictionaryContainsValue(CFDictionaryRef theDict, const void* value);
 // Keys and values in enumeration (insertion) order; either may be nil.
 void CFDictionaryGetKeysAndValues(CFDictionaryRef theDict, const void** keys, const void** values);
 void CFDictionaryApplyFunction(CFDictionaryRef theDict, CFDictionaryApplierFunction applier, void* context);
 
 void CFDictionaryAddValue(CFMutableDictionaryRef theDict, const void* key, const void* value);      // only if absent
 void CFDictionarySetValue(CFMutableDictionaryRef theDict, const void* key, const void* value);      // add or replace
-void CFDictionaryReplaceValue(CFMutableDictionaryRef theDict, const void* key, const void* value);  // only if present
 void CFDictionaryRemoveValue(CFMutableDictionaryRef theDict, const void* key);
-void CFDictionaryRemoveAllValues(CFMutableDictionaryRef theDict);
 
 // ---------------------------------------------------------------------------
 // Property lists

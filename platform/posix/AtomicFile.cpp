@@ -14,36 +14,10 @@
 
 namespace {
 
-// The number of bytes after which the next write stops the process, or -1.
-long gInterruptAfterBytes = -1;
-
-// Closes a descriptor when it goes out of scope.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    ~FileDescriptor() { close(); }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return fd_; }
-    // Closes now, reporting whether the close succeeded.
-    bool close() {
-        if (fd_ < 0) return true;
-        int fd = fd_;
-        fd_ = -1;
-        return ::close(fd) == 0;
-    }
-
-private:
-    int fd_;
-};
-
 bool WriteAll(int fd, const char* data, std::size_t length) {
     while (length > 0) {
-        ssize_t written = ::write(fd, data, length);
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
+        ssize_t written = FileWrite(fd, data, length);
+        if (written < 0) return false;
         data += written;
         length -= static_cast<std::size_t>(written);
     }
@@ -71,36 +45,34 @@ const char* KindOf(mode_t mode) {
 
 }  // namespace
 
-FileReadResult ReadRegularFile(const std::string& path, std::size_t limit, std::string* bytes, FileStamp* stamp,
+FileReadResult OpenRegularFile(const std::string& path, std::size_t limit, FileDescriptor* file, struct stat* info,
                                int* error, const char** kind) {
-    bytes->clear();
     // Without O_NONBLOCK, opening a FIFO waits for a writer forever.
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (file.get() < 0) {
+    *file = FileDescriptor(FileOpen(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (file->get() < 0) {
         *error = errno;
         return (errno == ENOENT || errno == ENOTDIR) ? FileReadResult::Missing : FileReadResult::Failed;
     }
-    struct stat info;
-    if (::fstat(file.get(), &info) != 0) {
+    if (::fstat(file->get(), info) != 0) {
         *error = errno;
         return FileReadResult::Failed;
     }
-    if (!S_ISREG(info.st_mode)) {
-        if (kind != nullptr) *kind = KindOf(info.st_mode);
+    if (!S_ISREG(info->st_mode)) {
+        if (kind != nullptr) *kind = KindOf(info->st_mode);
         return FileReadResult::NotRegular;
     }
-    if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > limit) return FileReadResult::TooLarge;
-    *stamp = StampOf(info);
+    if (info->st_size < 0 || static_cast<std::uintmax_t>(info->st_size) > limit) return FileReadResult::TooLarge;
+    return FileReadResult::Read;
+}
 
+FileReadResult ReadOpenFile(int fd, const struct stat& info, std::size_t limit, std::string* bytes, int* error) {
     // Read what fstat promised, and one byte more to notice a file that
     // grows meanwhile: it must not slip past the limit.
-    std::size_t expected = static_cast<std::size_t>(info.st_size);
-    bytes->resize(expected + 1);
+    bytes->resize(static_cast<std::size_t>(info.st_size) + 1);
     std::size_t have = 0;
     for (;;) {
-        ssize_t got = ::read(file.get(), bytes->data() + have, bytes->size() - have);
+        ssize_t got = FileRead(fd, bytes->data() + have, bytes->size() - have);
         if (got < 0) {
-            if (errno == EINTR) continue;
             *error = errno;
             bytes->clear();
             return FileReadResult::Failed;
@@ -116,15 +88,26 @@ FileReadResult ReadRegularFile(const std::string& path, std::size_t limit, std::
         }
     }
     bytes->resize(have);
-    if (have != expected) stamp->size = static_cast<off_t>(have);
     return FileReadResult::Read;
 }
 
-FileReadResult ReadWholeFile(const std::string& path, std::string* bytes, int* error) {
-    FileStamp stamp;
-    FileReadResult result = ReadRegularFile(path, SIZE_MAX - 1, bytes, &stamp, error);
-    if (result == FileReadResult::NotRegular) *error = EISDIR;
-    return result == FileReadResult::NotRegular ? FileReadResult::Failed : result;
+FileReadResult ReadRegularFile(const std::string& path, std::size_t limit, std::string* bytes, FileStamp* stamp,
+                               int* error, const char** kind) {
+    bytes->clear();
+    FileDescriptor file;
+    struct stat info;
+    FileReadResult result = OpenRegularFile(path, limit, &file, &info, error, kind);
+    if (result == FileReadResult::Read) result = ReadOpenFile(file.get(), info, limit, bytes, error);
+    if (result != FileReadResult::Read) return result;
+    *stamp = StampOf(info);
+    stamp->size = static_cast<off_t>(bytes->size());
+    return result;
+}
+
+std::string DescribeFileReadFault(FileReadResult result, int error, const char* kind, std::size_t limit) {
+    if (result == FileReadResult::NotRegular) return std::string("not a regular file but ") + kind;
+    if (result == FileReadResult::TooLarge) return "larger than the limit of " + std::to_string(limit) + " bytes";
+    return std::strerror(error);
 }
 
 FileReadResult StampFile(const std::string& path, FileStamp* stamp, int* error) {
@@ -164,7 +147,7 @@ int RemoveLeftoverTemporaryFiles(const std::string& path) {
         // Only plain files of that name: never a link, a folder or anything else.
         struct stat info;
         if (::lstat(it->path().c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
-        if (::unlink(it->path().c_str()) == 0) ++removed;
+        if (FileUnlink(it->path().c_str()) == 0) ++removed;
     }
     return removed;
 }
@@ -196,7 +179,7 @@ bool WriteFileAtomically(const std::string& path, std::initializer_list<std::str
     std::string tempName(".");
     tempName.append(target.filename().string()).append(".XXXXXX");
     std::string tempPath = (folder / tempName).string();
-    FileDescriptor temp(::mkostemp(tempPath.data(), O_CLOEXEC));
+    FileDescriptor temp(FileOpenTemporary(tempPath.data(), O_CLOEXEC));
     if (temp.get() < 0) {
         *error = errno;
         *fault = Describe("cannot create a temporary file in " + folder.string(), *error);
@@ -206,31 +189,23 @@ bool WriteFileAtomically(const std::string& path, std::initializer_list<std::str
     const char* step = nullptr;
     if (::fchmod(temp.get(), mode) != 0) {
         step = "cannot set the file mode";
-    } else if (gInterruptAfterBytes >= 0) {
-        std::size_t left = static_cast<std::size_t>(gInterruptAfterBytes);
-        for (std::string_view piece : pieces) {
-            std::size_t partial = std::min(piece.size(), left);
-            WriteAll(temp.get(), piece.data(), partial);
-            left -= partial;
-        }
-        ::_exit(kAtomicFileInterruptedExitStatus);
     } else if (!std::all_of(pieces.begin(), pieces.end(), [&](std::string_view piece) {
                    return WriteAll(temp.get(), piece.data(), piece.size());
                })) {
         step = "cannot write";
-    } else if (durable && ::fsync(temp.get()) != 0) {
+    } else if (durable && FileSync(temp.get()) != 0) {
         step = "cannot flush to disk";
     } else if (written != nullptr && ::fstat(temp.get(), &old) != 0) {
         step = "cannot read the file's status";
     } else if (!temp.close()) {
         step = "cannot close";
-    } else if (::rename(tempPath.c_str(), path.c_str()) != 0) {
+    } else if (FileRename(tempPath.c_str(), path.c_str()) != 0) {
         step = "cannot rename over the file";
     }
     if (step != nullptr) {
         *error = errno;
         *fault = Describe(step, *error);
-        ::unlink(tempPath.c_str());
+        FileUnlink(tempPath.c_str());
         return false;
     }
     // The rename keeps the inode and the modification time.
@@ -239,9 +214,7 @@ bool WriteFileAtomically(const std::string& path, std::initializer_list<std::str
     // Flush the folder so that the rename is on disk too. The new contents
     // are already in place; a folder that cannot be flushed is no failure.
     if (!durable) return true;
-    FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (directory.get() >= 0) ::fsync(directory.get());
+    FileDescriptor directory(FileOpen(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory.get() >= 0) FileSync(directory.get());
     return true;
 }
-
-void AtomicFileInterruptNextWriteForTesting(long afterBytes) { gInterruptAfterBytes = afterBytes; }

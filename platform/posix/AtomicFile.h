@@ -7,6 +7,7 @@
 // sees either the old contents or the new ones.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstddef>
@@ -14,6 +15,8 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+
+#include "platform/posix/FileCalls.h"
 
 // What the file system says about a file's contents: any save by rename
 // changes the inode, any write the modification time (and mostly the size).
@@ -45,8 +48,17 @@ enum class FileReadResult {
 FileReadResult ReadRegularFile(const std::string& path, std::size_t limit, std::string* bytes, FileStamp* stamp,
                                int* error, const char** kind = nullptr);
 
-// The same without a size limit or stamp.
-FileReadResult ReadWholeFile(const std::string& path, std::string* bytes, int* error);
+// What kept a read from returning Read or Missing, in words: "not a
+// regular file but a FIFO", "larger than the limit of 67108864 bytes", or
+// the system's text for error.
+std::string DescribeFileReadFault(FileReadResult result, int error, const char* kind, std::size_t limit);
+
+// The two halves of ReadRegularFile, for a reader that looks at the file
+// (its *info from fstat) before it decides to read it: the open, which
+// returns Read for a regular file within limit, and the read of it.
+FileReadResult OpenRegularFile(const std::string& path, std::size_t limit, FileDescriptor* file, struct stat* info,
+                               int* error, const char** kind = nullptr);
+FileReadResult ReadOpenFile(int fd, const struct stat& info, std::size_t limit, std::string* bytes, int* error);
 
 // The stamp of the file at path (links followed): Read when there is one,
 // Missing or Failed otherwise.
@@ -74,10 +86,3 @@ bool WriteFileAtomically(const std::string& path, std::initializer_list<std::str
 // under way (for instance under a lock every writer of path takes).
 // Returns the number of files removed.
 int RemoveLeftoverTemporaryFiles(const std::string& path);
-
-// Makes the next WriteFileAtomically end the process (_exit with
-// kAtomicFileInterruptedExitStatus) after writing afterBytes bytes of the
-// temporary file, as a crash at that moment would. Used by tests, from a
-// forked process.
-void AtomicFileInterruptNextWriteForTesting(long afterBytes);
-enum { kAtomicFileInterruptedExitStatus = 75 };

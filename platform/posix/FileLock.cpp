@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "platform/posix/FileCalls.h"
+
 FileLock::Result FileLock::lock(const std::string& lockPath, bool wait, int* error) {
     if (held()) return Result::Locked;
 
@@ -16,7 +18,7 @@ FileLock::Result FileLock::lock(const std::string& lockPath, bool wait, int* err
         *error = made.value();
         return Result::Failed;
     }
-    int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    int fd = FileOpen(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
     if (fd < 0) {
         *error = errno;
         return Result::Failed;

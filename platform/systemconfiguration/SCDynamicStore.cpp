@@ -3,10 +3,8 @@
 // only when the file was replaced since the handle last read it.
 #include "platform/systemconfiguration/SCDynamicStore.h"
 
-#include <fcntl.h>
 #include <regex.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -20,6 +18,7 @@
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CFRuntime.h"
 #include "platform/corefoundation/PropertyListFile.h"
+#include "platform/posix/AtomicFile.h"
 #include "platform/systemconfiguration/SCDynamicStoreInternal.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
@@ -43,48 +42,10 @@ bool KeyText(CFTypeRef key, std::string* text) {
     return true;
 }
 
-int StatusForFileError(int error) {
-    return (error == EACCES || error == EPERM || error == EROFS) ? kSCStatusAccessError : kSCStatusFailed;
-}
-
 bool SameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
-
-bool ReadAll(int fd, std::string* bytes, int* error) {
-    char buffer[65536];
-    for (;;) {
-        ssize_t count = ::read(fd, buffer, sizeof buffer);
-        if (count == 0) return true;
-        if (count < 0) {
-            if (errno == EINTR) continue;
-            *error = errno;
-            return false;
-        }
-        bytes->append(buffer, static_cast<std::size_t>(count));
-    }
-}
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    ~Descriptor() { reset(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        reset(std::exchange(other.fd_, -1));
-        return *this;
-    }
-    int get() const { return fd_; }
-    void reset(int fd = -1) {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = fd;
-    }
-
-private:
-    int fd_;
-};
 
 class CompiledPattern {
 public:
@@ -127,7 +88,7 @@ struct __SCDynamicStore : __CFRuntimeBase {
     // unchanged identity means unchanged contents.
     bool loaded = false;
     std::string sourceFile;
-    Descriptor source;
+    FileDescriptor source;
     struct stat sourceInfo {};
     SInt64 generation = 0;
     std::vector<Entry> entries;  // sorted by text
@@ -137,7 +98,7 @@ struct __SCDynamicStore : __CFRuntimeBase {
         return status;
     }
 
-    void take(const std::string& file, Descriptor* fd, const struct stat& info, SInt64 newGeneration,
+    void take(const std::string& file, FileDescriptor* fd, const struct stat& info, SInt64 newGeneration,
               CFDictionaryRef keys) {
         loaded = true;
         sourceFile = file;
@@ -166,20 +127,22 @@ struct __SCDynamicStore : __CFRuntimeBase {
         const std::string applied = SCDynamicStoreSystemAppliedFile();
         // Before the first apply, the daemon shows the store as it is on disk.
         for (const std::string& file : {applied, SCDynamicStoreSystemPreferencesFile()}) {
-            // Not blocking: a pipe put where the file belongs must not hang us.
-            Descriptor fd(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-            if (fd.get() < 0) {
-                if (errno == ENOENT || errno == ENOTDIR) continue;
-                return complain(file, std::strerror(errno), StatusForFileError(errno));
-            }
+            FileDescriptor fd;
             struct stat info;
-            if (::fstat(fd.get(), &info) != 0) return complain(file, std::strerror(errno), StatusForFileError(errno));
-            if (!S_ISREG(info.st_mode)) return complain(file, "not a regular file", kSCStatusFailed);
-            if (loaded && file == sourceFile && SameFile(info, sourceInfo)) return kSCStatusOK;
-
             std::string bytes;
             int error = 0;
-            if (!ReadAll(fd.get(), &bytes, &error)) return complain(file, std::strerror(error), StatusForFileError(error));
+            const char* kind = "";
+            // Not blocking: a pipe put where the file belongs must not hang us.
+            FileReadResult result = OpenRegularFile(file, kSCPreferencesMaxFileSize, &fd, &info, &error, &kind);
+            if (result == FileReadResult::Missing) continue;
+            if (result == FileReadResult::Read && loaded && file == sourceFile && SameFile(info, sourceInfo))
+                return kSCStatusOK;
+            if (result == FileReadResult::Read)
+                result = ReadOpenFile(fd.get(), info, kSCPreferencesMaxFileSize, &bytes, &error);
+            if (result != FileReadResult::Read) {
+                return complain(file, DescribeFileReadFault(result, error, kind, kSCPreferencesMaxFileSize),
+                                result == FileReadResult::Failed ? StatusForFileError(error) : kSCStatusFailed);
+            }
             std::string fault;
             PropertyListFormat format = PropertyListFormat::XML;
             CFRef<CFMutableDictionaryRef> preferences(PropertyListCreateFromFileBytes(bytes, &format, &fault));
@@ -189,7 +152,7 @@ struct __SCDynamicStore : __CFRuntimeBase {
             return kSCStatusOK;
         }
         // Neither file: the daemon starts with an empty configuration.
-        Descriptor none;
+        FileDescriptor none;
         take(std::string(), &none, {}, 0, nil);
         return kSCStatusOK;
     }

@@ -18,8 +18,10 @@
 // Every call reads the state as it is at that moment: a handle sees each
 // apply as soon as it is published, and never half of one. A state that
 // cannot be read makes the call fail with the platform's status
-// (kSCStatusAccessError, or kSCStatusFailed for a corrupt file) after one
-// line on standard error naming the file and the fault.
+// (kSCStatusAccessError, or kSCStatusFailed for a corrupt file, or one that
+// is not a regular file or is larger than kSCPreferencesMaxFileSize, which
+// are not read at all) after one line on standard error naming the file
+// and the fault.
 //
 // Every call leaves its status for SCError().
 #pragma once

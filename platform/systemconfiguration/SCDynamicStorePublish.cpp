@@ -1,13 +1,14 @@
 // Publishing applies: the numbered, locked, atomic replacement of the
 // applied configuration that store handles read.
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
+#include "platform/corefoundation/BinaryPropertyList.h"
 #include "platform/posix/AtomicFile.h"
 #include "platform/posix/FileLock.h"
 #include "platform/posix/RootPath.h"
@@ -20,7 +21,8 @@ const char kSystemPreferencesFile[] = "/Library/Preferences/SystemConfiguration/
 const char kSystemAppliedFile[] = "/var/run/SystemConfiguration/preferences.plist";
 const char kMarkerStart[] = "<!-- generation ";
 const char kMarkerEnd[] = " -->";
-// The marker sits right after the XML declaration, well within this.
+// The marker sits right after the XML declaration or the binary header,
+// well within this.
 const std::size_t kMarkerSearchLength = 1024;
 
 SCDynamicStorePublishObserver gPublishObserver = nil;
@@ -30,21 +32,27 @@ void* gPublishObserverContext = nil;
 // false with *fault set when it exists but cannot be read.
 bool ReadFileStart(const std::string& path, std::string* bytes, std::string* fault) {
     bytes->clear();
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
+    FileDescriptor file(FileOpen(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (file.get() < 0) {
         if (errno == ENOENT || errno == ENOTDIR) return true;
-        *fault = std::strerror(errno);
+        *fault = std::string("cannot read it: ") + std::strerror(errno);
         return false;
     }
+    // A read may bring fewer bytes than asked for: read on until the start
+    // is whole or the file ends.
     bytes->resize(kMarkerSearchLength);
-    ssize_t count;
-    do {
-        count = ::read(fd, bytes->data(), bytes->size());
-    } while (count < 0 && errno == EINTR);
-    if (count < 0) *fault = std::strerror(errno);
-    ::close(fd);
-    bytes->resize(count < 0 ? 0 : static_cast<std::size_t>(count));
-    return count >= 0;
+    std::size_t have = 0;
+    while (have < bytes->size()) {
+        ssize_t got = FileRead(file.get(), bytes->data() + have, bytes->size() - have);
+        if (got < 0) {
+            *fault = std::string("cannot read it: ") + std::strerror(errno);
+            return false;
+        }
+        if (got == 0) break;
+        have += static_cast<std::size_t>(got);
+    }
+    bytes->resize(have);
+    return true;
 }
 
 // Where the marker goes in xml: right after its XML declaration, or in
@@ -71,7 +79,8 @@ SInt64 SCDynamicStoreGenerationOfBytes(const std::string& bytes) {
     return generation;
 }
 
-bool SCDynamicStorePublishApplied(const std::string& appliedFile, const std::string& xml, std::string* fault) {
+bool SCDynamicStorePublishApplied(const std::string& appliedFile, const std::string& bytes, PropertyListFormat format,
+                                  std::string* fault) {
     // Reading the last generation and writing the next happen under the
     // lock, so concurrent applies are numbered one after the other.
     FileLock lock;
@@ -80,19 +89,45 @@ bool SCDynamicStorePublishApplied(const std::string& appliedFile, const std::str
         *fault = std::string("cannot take its lock: ") + std::strerror(error);
         return false;
     }
+    // Under the lock no apply is under way: temporary files of its name are
+    // what killed applies left behind.
+    RemoveLeftoverTemporaryFiles(appliedFile);
     std::string start;
     if (!ReadFileStart(appliedFile, &start, fault)) return false;
-    std::string marker = kMarkerStart + std::to_string(SCDynamicStoreGenerationOfBytes(start) + 1) + kMarkerEnd;
-    std::size_t at = MarkerPosition(xml);
-    std::string_view text(xml);
-    // The marker on a line of its own: after the declaration's line end, or
-    // before the text when it goes in front.
-    std::string_view head = text.substr(0, at), tail = text.substr(at);
-    std::string between = at == 0 ? marker + "\n" : "\n" + marker;
-    // Run-time state lasts until the next restart only: it is replaced whole,
-    // but not flushed to disk. The text is written in pieces around the
-    // marker rather than copied, as a large store's text is large.
-    if (!WriteFileAtomically(appliedFile, {head, between, tail}, fault, &error, nullptr, false)) return false;
+    // A count that has reached the largest number starts again at 1.
+    SInt64 last = SCDynamicStoreGenerationOfBytes(start);
+    SInt64 next = last < std::numeric_limits<SInt64>::max() ? last + 1 : 1;
+    std::string marker = kMarkerStart + std::to_string(next) + kMarkerEnd;
+
+    // The file is written in pieces around the marker rather than copied,
+    // as a large store's text is large.
+    std::string_view text(bytes);
+    std::string_view pieces[4];
+    std::string between, table;
+    if (format == PropertyListFormat::Binary) {
+        // Right after the header, in room that no object takes.
+        std::size_t objectsEnd = 0;
+        if (!BinaryPropertyListMakeRoomAfterHeader(text, marker.size(), &objectsEnd, &table)) {
+            *fault = "the committed state is not a binary property list";
+            return false;
+        }
+        pieces[0] = text.substr(0, 8);
+        pieces[1] = marker;
+        pieces[2] = text.substr(8, objectsEnd - 8);
+        pieces[3] = table;
+    } else {
+        // On a line of its own: after the declaration's line end, or before
+        // the text when it has none.
+        std::size_t at = MarkerPosition(bytes);
+        between = at == 0 ? marker + "\n" : "\n" + marker;
+        pieces[0] = text.substr(0, at);
+        pieces[1] = between;
+        pieces[2] = text.substr(at);
+    }
+    // Run-time state lasts until the next restart only: it is replaced
+    // whole, but not flushed to disk.
+    if (!WriteFileAtomically(appliedFile, {pieces[0], pieces[1], pieces[2], pieces[3]}, fault, &error, nullptr, false))
+        return false;
     lock.unlock();
 
     if (gPublishObserver != nil) gPublishObserver(gPublishObserverContext);

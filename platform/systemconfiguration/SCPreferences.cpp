@@ -12,7 +12,6 @@
 #include "platform/posix/RootPath.h"
 #include "platform/systemconfiguration/SCDynamicStoreInternal.h"
 #include "platform/systemconfiguration/SCPreferencesInternal.h"
-#include "platform/systemconfiguration/SCPreferencesTesting.h"
 
 namespace {
 
@@ -41,10 +40,6 @@ std::string StoreFilePath(CFStringRef prefsID) {
     return TarnwickRootPath(std::string(kStoreFolder) + "/" + id);
 }
 
-int StatusForFileError(int error) {
-    return (error == EACCES || error == EPERM || error == EROFS) ? kSCStatusAccessError : kSCStatusFailed;
-}
-
 void Complain(const char* action, const std::string& file, const std::string& fault) {
     std::fprintf(stderr, "SCPreferences: cannot %s %s: %s\n", action, file.c_str(), fault.c_str());
 }
@@ -57,22 +52,11 @@ std::size_t HashBytes(const std::string& bytes) { return std::hash<std::string_v
 int ReadStoreFile(const std::string& file, std::string* bytes, FileStamp* stamp, std::string* fault) {
     int error = 0;
     const char* kind = "";
-    switch (ReadRegularFile(file, kSCPreferencesMaxFileSize, bytes, stamp, &error, &kind)) {
-        case FileReadResult::Read:
-            return kSCStatusOK;
-        case FileReadResult::Missing:
-            return kSCStatusNoConfigFile;
-        case FileReadResult::NotRegular:
-            *fault = std::string("not a regular file but ") + kind;
-            return kSCStatusFailed;
-        case FileReadResult::TooLarge:
-            *fault = "larger than the limit of " + std::to_string(kSCPreferencesMaxFileSize) + " bytes";
-            return kSCStatusFailed;
-        case FileReadResult::Failed:
-            break;
-    }
-    *fault = std::strerror(error);
-    return StatusForFileError(error);
+    FileReadResult result = ReadRegularFile(file, kSCPreferencesMaxFileSize, bytes, stamp, &error, &kind);
+    if (result == FileReadResult::Read) return kSCStatusOK;
+    if (result == FileReadResult::Missing) return kSCStatusNoConfigFile;
+    *fault = DescribeFileReadFault(result, error, kind, kSCPreferencesMaxFileSize);
+    return result == FileReadResult::Failed ? StatusForFileError(error) : kSCStatusFailed;
 }
 
 // kSCStatusOK when the store file still holds what this handle read or
@@ -184,27 +168,11 @@ Boolean Finish(int status) {
 
 void _SCErrorSet(int status) { gSCStatus = status; }
 
-int SCError(void) { return gSCStatus; }
-
-const char* SCErrorString(int status) {
-    switch (status) {
-        case kSCStatusOK: return "Success";
-        case kSCStatusFailed: return "Failed";
-        case kSCStatusInvalidArgument: return "Invalid argument";
-        case kSCStatusAccessError: return "Permission denied";
-        case kSCStatusNoKey: return "No such key";
-        case kSCStatusKeyExists: return "Key already exists";
-        case kSCStatusLocked: return "Lock already held";
-        case kSCStatusNeedLock: return "Lock not held";
-        case kSCStatusNoPrefsSession: return "No preferences session";
-        case kSCStatusPrefsBusy: return "Preferences are locked by another process";
-        case kSCStatusNoConfigFile: return "Configuration file not found";
-        case kSCStatusNoLink: return "No such link";
-        case kSCStatusStale: return "Preferences changed on disk since they were read";
-        case kSCStatusMaxLink: return "Too many links";
-        default: return "Unknown error";
-    }
+int StatusForFileError(int error) {
+    return (error == EACCES || error == EPERM || error == EROFS) ? kSCStatusAccessError : kSCStatusFailed;
 }
+
+int SCError(void) { return gSCStatus; }
 
 CFTypeID SCPreferencesGetTypeID(void) {
     static const CFTypeID typeID = _CFRuntimeRegisterClass("SCPreferences");
@@ -333,38 +301,36 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     __SCPreferences* prefs = SCPreferencesInside(ref);
 
     // The running system takes the configuration as last committed, in the
-    // file of the same name under its run-time folder.
+    // store's own format (so that it carries all the store can hold), in
+    // the file of the same name under its run-time folder.
     std::string applied = TarnwickRootPath(std::string(kAppliedFolder) + "/" +
                                            std::filesystem::path(prefs->file).filename().string());
     std::string encoded;
     std::string fault;
-    int status = kSCStatusOK;
-    // The bytes of an XML store's last commit are the committed state in
-    // the form wanted: used as they are, not copied.
+    // The bytes of the last commit are the committed state: used as they
+    // are, not copied.
     const std::string* bytes = &prefs->savedBytes;
-    if (prefs->savedBytes.empty() || prefs->format != PropertyListFormat::XML) {
+    bool ok = true;
+    if (prefs->savedBytes.empty()) {
         bytes = &encoded;
-        if (!PropertyListEncodeFileBytes(prefs->saved.get(), PropertyListFormat::XML, &encoded, &fault))
-            status = kSCStatusFailed;
+        ok = PropertyListEncodeFileBytes(prefs->saved.get(), prefs->format, &encoded, &fault);
     }
     // Numbered, so that the live state store shows every apply in order.
-    if (status == kSCStatusOK && !SCDynamicStorePublishApplied(applied, *bytes, &fault)) status = kSCStatusFailed;
-    if (status != kSCStatusOK) Complain("apply", prefs->file, "cannot write " + applied + ": " + fault);
-    return Finish(status);
+    if (ok) ok = SCDynamicStorePublishApplied(applied, *bytes, prefs->format, &fault);
+    if (ok) return Finish(kSCStatusOK);
+    // What was committed stays committed: only the running system missed it.
+    std::fprintf(stderr, "SCPreferences: %s: saved, but not applied: %s: %s\n", prefs->file.c_str(), applied.c_str(),
+                 fault.c_str());
+    return Finish(kSCStatusNoStoreServer);
 }
 
-CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef ref) {
-    if (ref == nil) {
-        _SCErrorSet(kSCStatusInvalidArgument);
-        return nil;
-    }
-    CFDictionaryRef root = SCPreferencesInside(ref)->tree.get();
-    CFIndex count = CFDictionaryGetCount(root);
-    std::vector<const void*> keys(static_cast<std::size_t>(count));
-    CFDictionaryGetKeysAndValues(root, keys.data(), nullptr);
-    CFArrayRef list = CFArrayCreate(kCFAllocatorDefault, keys.data(), count, &kCFTypeArrayCallBacks);
-    _SCErrorSet(list != nil ? kSCStatusOK : kSCStatusFailed);
-    return list;
+Boolean SCPreferencesSynchronize(SCPreferencesRef ref) {
+    if (ref == nil) return Finish(kSCStatusInvalidArgument);
+    __SCPreferences* prefs = SCPreferencesInside(ref);
+    // The saved tree is shared, not copied: the handle's tree copies each
+    // node it changes later, so the saved tree itself never changes.
+    prefs->tree = CFRef<CFMutableDictionaryRef>::Retain(prefs->saved.get());
+    return Finish(kSCStatusOK);
 }
 
 CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef ref, CFStringRef key) {
@@ -377,37 +343,12 @@ CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef ref, CFStringRef key) {
     return value;
 }
 
-namespace {
-
-// Stores a private, mutable copy of value at key of the root; with
-// onlyIfAbsent, an existing key is an error.
-Boolean StoreRootValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value, bool onlyIfAbsent) {
+Boolean SCPreferencesSetValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value) {
     if (ref == nil || key == nil || value == nil) return Finish(kSCStatusInvalidArgument);
-    __SCPreferences* prefs = SCPreferencesInside(ref);
-    if (onlyIfAbsent && CFDictionaryContainsKey(prefs->tree.get(), key)) return Finish(kSCStatusKeyExists);
+    // A private, mutable copy of the value.
     CFRef<CFPropertyListRef> copy(
         CFPropertyListCreateDeepCopy(kCFAllocatorDefault, value, kCFPropertyListMutableContainers));
     if (!copy) return Finish(kSCStatusInvalidArgument);
-    CFDictionarySetValue(SCPreferencesWritableRoot(prefs), key, copy.get());
+    CFDictionarySetValue(SCPreferencesWritableRoot(SCPreferencesInside(ref)), key, copy.get());
     return Finish(kSCStatusOK);
 }
-
-}  // namespace
-
-Boolean SCPreferencesAddValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value) {
-    return StoreRootValue(ref, key, value, true);
-}
-
-Boolean SCPreferencesSetValue(SCPreferencesRef ref, CFStringRef key, CFPropertyListRef value) {
-    return StoreRootValue(ref, key, value, false);
-}
-
-Boolean SCPreferencesRemoveValue(SCPreferencesRef ref, CFStringRef key) {
-    if (ref == nil || key == nil) return Finish(kSCStatusInvalidArgument);
-    __SCPreferences* prefs = SCPreferencesInside(ref);
-    if (!CFDictionaryContainsKey(prefs->tree.get(), key)) return Finish(kSCStatusNoKey);
-    CFDictionaryRemoveValue(SCPreferencesWritableRoot(prefs), key);
-    return Finish(kSCStatusOK);
-}
-
-void SCPreferencesInterruptNextCommitForTesting(long afterBytes) { AtomicFileInterruptNextWriteForTesting(afterBytes); }

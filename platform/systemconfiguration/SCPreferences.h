@@ -36,6 +36,7 @@ enum {
     kSCStatusKeyExists = 1005,
     kSCStatusLocked = 1006,
     kSCStatusNeedLock = 1007,
+    kSCStatusNoStoreServer = 2002,
     kSCStatusNoPrefsSession = 3001,
     kSCStatusPrefsBusy = 3002,
     kSCStatusNoConfigFile = 3003,
@@ -46,7 +47,6 @@ enum {
 
 // The status left by the last SystemConfiguration call of this process.
 int SCError(void);
-const char* SCErrorString(int status);
 
 // The largest store file read, in bytes (64 MiB).
 enum : unsigned long { kSCPreferencesMaxFileSize = 64UL * 1024 * 1024 };
@@ -67,14 +67,19 @@ Boolean SCPreferencesUnlock(SCPreferencesRef prefs);
 // crashed saves of the store left behind (".<name>.XXXXXX" beside it). Fails with kSCStatusStale, writing nothing, when
 // the file changed on disk since it was read.
 Boolean SCPreferencesCommitChanges(SCPreferencesRef prefs);
-// Hands the committed configuration to the running system.
+// Hands the committed configuration to the running system (the live state,
+// SCDynamicStore.h). Fails with kSCStatusNoStoreServer, after one line on
+// standard error ("<file>: saved, but not applied: <reason>"), when the
+// running system could not take it; the committed store stays as it is.
 Boolean SCPreferencesApplyChanges(SCPreferencesRef prefs);
 
-CFArrayRef SCPreferencesCopyKeyList(SCPreferencesRef prefs);
+// Discards the changes not yet committed: the handle holds the store again
+// as it was read or last committed. Values got before stay valid for those
+// who retained them.
+Boolean SCPreferencesSynchronize(SCPreferencesRef prefs);
+
 CFPropertyListRef SCPreferencesGetValue(SCPreferencesRef prefs, CFStringRef key);
-Boolean SCPreferencesAddValue(SCPreferencesRef prefs, CFStringRef key, CFPropertyListRef value);
 Boolean SCPreferencesSetValue(SCPreferencesRef prefs, CFStringRef key, CFPropertyListRef value);
-Boolean SCPreferencesRemoveValue(SCPreferencesRef prefs, CFStringRef key);
 
 CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef prefs, CFStringRef path);
 // Creates missing intermediate dictionaries.
@@ -84,4 +89,3 @@ Boolean SCPreferencesPathRemoveValue(SCPreferencesRef prefs, CFStringRef path);
 // The target path of the link at path, or nil (kSCStatusNoKey) when the
 // node is missing or is not a link.
 CFStringRef SCPreferencesPathGetLink(SCPreferencesRef prefs, CFStringRef path);
-Boolean SCPreferencesPathSetLink(SCPreferencesRef prefs, CFStringRef path, CFStringRef link);

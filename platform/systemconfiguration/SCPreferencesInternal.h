@@ -42,6 +42,11 @@ inline __SCPreferences* SCPreferencesInside(SCPreferencesRef prefs) { return con
 // Records the status that SCError() reports.
 void _SCErrorSet(int status);
 
+// The status of a file that the system refused with error (errno): an
+// access error when permissions or a read-only file system forbid, a
+// failure otherwise.
+int StatusForFileError(int error);
+
 // The root dictionary, made the handle's own first so that it may be
 // changed.
 CFMutableDictionaryRef SCPreferencesWritableRoot(__SCPreferences* prefs);

@@ -287,17 +287,6 @@ Boolean SCPreferencesPathSetValue(SCPreferencesRef ref, CFStringRef path, CFDict
     return StoreAtPath(ref, path, value);
 }
 
-Boolean SCPreferencesPathSetLink(SCPreferencesRef ref, CFStringRef path, CFStringRef link) {
-    PathComponents target;
-    if (!SplitPath(link, &target)) return Finish(kSCStatusInvalidArgument);
-    const void* keys[] = {kSCResvLink};
-    const void* values[] = {link};
-    CFRef<CFDictionaryRef> linkDict(CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
-                                                       &kCFTypeDictionaryKeyCallBacks,
-                                                       &kCFTypeDictionaryValueCallBacks));
-    return StoreAtPath(ref, path, linkDict.get());
-}
-
 Boolean SCPreferencesPathRemoveValue(SCPreferencesRef ref, CFStringRef path) {
     PathComponents components;
     if (ref == nil || !SplitPath(path, &components)) return Finish(kSCStatusInvalidArgument);

@@ -4,6 +4,16 @@
 
 #include "entities/EntityChecks.h"
 
+// The keys come in the order the store shows them.
+TEST(InterfaceAndHardwareEntities, InterfaceKeysInTheirOrder) {
+    const MoreSCInterfaceDigest modem = {CFSTR("modem"), CFSTR("Modem"), CFSTR("V.92"), CFSTR("PPP"), CFSTR("PPPSerial"),
+                                         CFSTR("Internal Modem")};
+    CFRef<CFDictionaryRef> entity;
+    ASSERT_EQ(MoreSCCreateInterfaceEntity(&modem, entity.out()), noErr);
+    EXPECT_EQ(Keys(entity.get()),
+              (std::vector<std::string>{"DeviceName", "UserDefinedName", "Hardware", "Type", "SubType", "HardwareVariant"}));
+}
+
 TEST(InterfaceAndHardwareEntities, KeysAndValues) {
     MoreSCModemDigest defaultModem = kMoreSCModemDigestDefault;
     defaultModem.connectionScript = CFSTR("S");

@@ -64,7 +64,7 @@ TEST_F(DHCP, ReleasePublishesTheServiceWithoutItsIPv4EntityThenWithIt) {
     std::filesystem::remove_all(root_.path() / "var/run");
     root_.write("/var/run", "a file where a folder belongs");
     StderrCapture reports;
-    EXPECT_EQ(MoreSCDHCPRelease(CFSTR("E")), kSCStatusFailed);
+    EXPECT_EQ(MoreSCDHCPRelease(CFSTR("E")), kSCStatusNoStoreServer);
     EXPECT_FALSE(SavedActive("/NetworkServices/E/IPv4"));
     EXPECT_EQ(gPublished.size(), 2u);
     SCDynamicStoreSetPublishObserverForTesting(nullptr, nullptr);

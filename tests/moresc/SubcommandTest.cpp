@@ -460,6 +460,21 @@ TEST(MorescDHCPTest, ReleaseAppliesTwice) {
     EXPECT_NE(applied.find("<!-- generation 2 -->"), std::string::npos) << applied.substr(0, 100);
 }
 
+// A change the running system cannot take is saved, and said to be so,
+// with an exit status of its own.
+TEST(MorescApplyTest, ASavedChangeTheSystemCannotTakeIsSavedButNotApplied) {
+    TempRoot root;
+    root.writeStore(StoreText(kSets));
+    root.write("/var/run/SystemConfiguration/preferences.plist/in-the-way", "");
+    ProgramRun run = RunMoresc(root, {"switch-set", "3"});
+    EXPECT_EQ(run.exitStatus, 3);
+    EXPECT_TRUE(run.err.starts_with("SCPreferences: " + root.storePath().string() + ": saved, but not applied: "))
+        << run.err;
+    EXPECT_NE(run.err.find("\nmoresc: switch-set: saved, but not applied: 2002 (kSCStatusNoStoreServer): "),
+              std::string::npos) << run.err;
+    EXPECT_EQ(RunMoresc(root, {"current-set"}).out, "3\tOffice\n");
+}
+
 // A store that another program holds locked can be read at once. A change
 // waits for the lock: in vain up to --wait, or until the lock is given back.
 TEST(MorescLockTest, ChangeWaitsForTheLock) {

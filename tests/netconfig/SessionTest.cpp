@@ -51,16 +51,6 @@ TEST_F(Session, OnlyTheOutermostCloseSavesAndApplies) {
     }
 }
 
-TEST_F(Session, AFailedSaveReachesTheCallerAndIsNotApplied) {
-    ASSERT_EQ(MoreSCOpen(false, false), noErr);
-    ChangeStore();
-    root_.writeStore(std::string(kTwoSetStore) + "\n");  // someone else saves meanwhile
-    StderrCapture reports;
-    EXPECT_EQ(Close(noErr, true), kSCStatusStale);
-    EXPECT_FALSE(Applied());
-    EXPECT_EQ(reports.text().find("MoreAssert"), std::string::npos);
-}
-
 // The lock is taken once, by whichever open first asks for it, and held to
 // the outermost close; another process is kept out meanwhile. A lock held
 // by another process makes the open busy: counted, with the store open but
@@ -102,6 +92,20 @@ TEST_F(Session, PlatformFailuresAlwaysBecomeAStatus) {
     EXPECT_EQ(SCPreferencesGetValue(MoreSCGetSCPreferencesRef(), CFSTR("Missing")), nullptr);
     EXPECT_EQ(MoreSCErrorBoolean(false), kSCStatusNoKey);
     EXPECT_EQ(Close(noErr, false), noErr);
+    EXPECT_EQ(MoreSCToOSStatus(kSCStatusStale), kSCStatusStale);
+}
+
+// The client name is the caller's string, retained while it is the name
+// and let go when another replaces it.
+TEST_F(Session, TheClientNameIsKeptUntilReplaced) {
+    CFRef<CFStringRef> first(CFStringCreateWithCString(nullptr, "first", kCFStringEncodingUTF8));
+    CFIndex count = CFGetRetainCount(first.get());
+    EXPECT_EQ(MoreSCSetClient(first.get()), noErr);
+    EXPECT_EQ(MoreSCGetClient(), first.get());
+    EXPECT_EQ(CFGetRetainCount(first.get()), count + 1);
+    EXPECT_EQ(MoreSCSetClient(nullptr), noErr);
+    EXPECT_EQ(MoreSCGetClient(), nullptr);
+    EXPECT_EQ(CFGetRetainCount(first.get()), count);
 }
 
 }  // namespace

@@ -50,6 +50,19 @@ TEST_F(Sets, CurrentSetChangesWithinOneSessionAndIsSavedAtItsEnd) {
     EXPECT_NE(FileText().find("<string>/Sets/99</string>"), std::string::npos);
 }
 
+// The sets dictionary is the store's own; replacing it replaces every set
+// at once, and is saved.
+TEST_F(Sets, SetsAreReplacedWhole) {
+    CFRef<CFDictionaryRef> sets;
+    ASSERT_EQ(MoreSCCopySetsDict(sets.out()), noErr);
+    CFRef<CFMutableDictionaryRef> fewer(CFDictionaryCreateMutableCopy(nullptr, 0, sets.get()));
+    CFDictionaryRemoveValue(fewer.get(), CFSTR("1"));
+    EXPECT_EQ(MoreSCSetSetsDict(fewer.get()), noErr);
+    EXPECT_FALSE(Saved("/Sets/1"));
+    EXPECT_TRUE(Saved("/Sets/0"));
+    EXPECT_TRUE(Applied());
+}
+
 TEST_F(Sets, NamesTellAMissingNameFromAMissingSet) {
     CFRef<CFStringRef> name;
     EXPECT_EQ(MoreSCCopyUserVisibleNameOfSet(CFSTR("0"), name.out()), noErr);

@@ -108,6 +108,7 @@ TEST(CFQContainers, ArraysAndDictionariesConvertBothWays) {
     EXPECT_EQ(CFQDictionarySetNumber(dict.get(), CFSTR("one"), 1), noErr);
     EXPECT_EQ(CFQDictionarySetNumber(dict.get(), CFSTR("two"), -2), noErr);
     EXPECT_EQ(CFQDictionarySetNumber(dict.get(), CFSTR("one"), 3), noErr);  // replaced
+    EXPECT_EQ(CFGetRetainCount(CFDictionaryGetValue(dict.get(), CFSTR("two"))), 1);  // the dictionary's alone
     long three = 3;
     EXPECT_TRUE(CFEqual(CFDictionaryGetValue(dict.get(), CFSTR("one")),
                         CFRef<CFNumberRef>(CFNumberCreate(nil, kCFNumberLongType, &three)).get()));
@@ -128,6 +129,8 @@ TEST(CFQContainers, ArraysAndDictionariesConvertBothWays) {
 }
 
 using Visits = std::vector<std::pair<long, CFTypeRef>>;  // key (an array index, or -1) and node
+// The keys a walk hands out, kept after it.
+std::vector<CFRef<CFTypeRef>> gKeys;
 
 TEST(CFQApply, DeepWalkGoesParentFirstAndShallowWalkOneLevel) {
     CFRef<CFArrayRef> pair = MakeArray({CFSTR("first"), CFSTR("second")});
@@ -144,10 +147,14 @@ TEST(CFQApply, DeepWalkGoesParentFirstAndShallowWalkOneLevel) {
         long index = -1;
         if (CFGetTypeID(key) == CFNumberGetTypeID()) CFNumberGetValue(static_cast<CFNumberRef>(key), kCFNumberLongType, &index);
         static_cast<Visits*>(context)->push_back({index, node});
+        gKeys.push_back(CFRef<CFTypeRef>::Retain(key));
     };
     visits.clear();
     CFQPropertyListShallowApplyFunction(pair.get(), record, &visits);
     EXPECT_EQ(visits, (Visits{{0, CFSTR("first")}, {1, CFSTR("second")}}));
+    // The walk let go of the index numbers it made.
+    for (const auto& key : gKeys) EXPECT_EQ(CFGetRetainCount(key.get()), 1);
+    gKeys.clear();
 
     // A leaf has no level to walk.
     visits.clear();

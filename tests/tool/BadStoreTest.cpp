@@ -87,6 +87,8 @@ TEST(BadStoreTest, NothingIsDoneWithAStoreTheToolCannotUse) {
                 EXPECT_TRUE(run.err.starts_with("SCPreferences: cannot read " + file.string() + ": ")) << run.err;
                 EXPECT_NE(run.err.substr(0, run.err.find('\n')).find(row.fault), std::string::npos) << run.err;
                 EXPECT_TRUE(args[0] != "-p" || std::count(run.err.begin(), run.err.end(), '\n') == 1) << run.err;
+                // A second step finds the session its failed open left, and reads nothing again.
+                EXPECT_EQ(run.err.find("SCPreferences:", 1), std::string::npos) << run.err;
             }
         }
     }

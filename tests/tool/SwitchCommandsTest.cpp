@@ -83,6 +83,24 @@ TEST(SwitchCommandsTest, NothingToDoLeavesTheFileUntouched) {
     }
 }
 
+// When the running system cannot take a change, each step says the change
+// was saved, but not applied.
+TEST(SwitchCommandsTest, ASavedChangeTheSystemCannotTakeIsReportedAsNotApplied) {
+    TempRoot root;
+    Value store = ProxyOnStore();
+    auto file = root.writeStore(Encoded(store));
+    auto applied = root.write("/var/run/SystemConfiguration/preferences.plist/in-the-way", "").parent_path();
+
+    ProgramRun run = RunTool(root, {"-e"});
+    EXPECT_EQ(run.out, "OK - Disable Http Proxy - A.\nOK - Enable PAC - A.\n");
+    Put(store, ProxiesKey("A", "HTTPEnable"), Number(0));
+    Put(store, ProxiesKey("A", "ProxyAutoConfigEnable"), Number(1));
+    EXPECT_EQ(TempRoot::ReadFile(file), Encoded(store));
+    std::string line = "SCPreferences: " + file.string() + ": saved, but not applied: " + applied.string() +
+                       ": cannot read it: Is a directory\n";
+    EXPECT_EQ(run.err, line + line);
+}
+
 // Stores saved by real Macs keep their format: an XML store differs
 // afterwards only in the switched flag, a binary one stays binary and reads
 // back as written.

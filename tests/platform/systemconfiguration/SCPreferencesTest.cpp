@@ -10,7 +10,6 @@
 #include <linux/capability.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,7 +20,6 @@
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/systemconfiguration/SCPreferences.h"
-#include "platform/systemconfiguration/SCPreferencesTesting.h"
 #include "support/BoundedWait.h"
 #include "support/StderrCapture.h"
 #include "support/StoreLockHolder.h"
@@ -48,10 +46,6 @@ struct stat Stat(const fs::path& file) {
     struct stat info {};
     EXPECT_EQ(::stat(file.c_str(), &info), 0) << file;
     return info;
-}
-
-std::string AppliedText(const TempRoot& root) {
-    return TempRoot::ReadFile(root.path() / "var/run/SystemConfiguration/preferences.plist");
 }
 
 // While it lives, file permissions bind this process as they bind everyone
@@ -178,7 +172,9 @@ TEST_F(SCPreferencesTest, PathsAndLinksWalkAlikeInOneByteAndWideText) {
         auto set = [&](const char* path) { return [&, path] { return SCPreferencesPathSetValue(prefs.get(), P(path).get(), entity.get()); }; };
         auto remove = [&](const char* path) { return [&, path] { return SCPreferencesPathRemoveValue(prefs.get(), P(path).get()); }; };
         auto link = [&](const char* path, const char* target) {
-            return [&, path, target] { return SCPreferencesPathSetLink(prefs.get(), P(path).get(), P(target).get()); };
+            return [&, path, target] {
+                return SCPreferencesPathSetValue(prefs.get(), P(path).get(), Entity(CFSTR("__LINK__"), P(target).get()).get());
+            };
         };
         ExpectSteps({
             {set("/NetworkServices/7/Proxies"), kSCStatusOK},
@@ -242,6 +238,22 @@ TEST_F(SCPreferencesTest, ValuesNeverChangeUnderTheirHolders) {
     ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/1/IPv4"), mine.get()));
     EXPECT_TRUE(CFEqual(service.get(), snapshot.get()));
     EXPECT_FALSE(CFEqual(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/1")), service.get()));
+
+    // Discarding the changes brings back the store as last committed, and
+    // leaves retained values as they were; a commit then writes nothing.
+    ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+    std::string committed = TempRoot::ReadFile(root.storePath());
+    ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/NetworkServices/2/Proxies"), mine.get()));
+    ASSERT_TRUE(SCPreferencesPathRemoveValue(prefs.get(), CFSTR("/NetworkServices/1/IPv4")));
+    auto changed = CFRef<CFDictionaryRef>::Retain(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices")));
+    ASSERT_TRUE(SCPreferencesSynchronize(prefs.get()));
+    EXPECT_EQ(CFDictionaryGetCount(changed.get()), 2);
+    EXPECT_EQ(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/2")), nullptr);
+    EXPECT_NE(SCPreferencesPathGetValue(prefs.get(), CFSTR("/NetworkServices/1/IPv4")), nullptr);
+    auto mtime = fs::last_write_time(root.storePath());
+    EXPECT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+    EXPECT_EQ(TempRoot::ReadFile(root.storePath()), committed);
+    EXPECT_EQ(fs::last_write_time(root.storePath()), mtime);
 }
 
 TEST_F(SCPreferencesTest, LockExcludesOtherProcessesAndWaitsWhenAsked) {
@@ -306,9 +318,7 @@ TEST_F(SCPreferencesTest, SaveAfterAnotherProgramsChangeIsRefusedAsStale) {
     }
 }
 
-// A save keeps the file's format and mode; an apply hands the running
-// system the committed state, as XML whatever the store's format.
-TEST_F(SCPreferencesTest, SaveKeepsFormatAndModeAndApplyRecordsTheCommittedStateAsXML) {
+TEST_F(SCPreferencesTest, SaveKeepsFormatAndMode) {
     auto file = root.installStore("ios-binary.plist");
     fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     Prefs prefs = Open();
@@ -317,49 +327,6 @@ TEST_F(SCPreferencesTest, SaveKeepsFormatAndModeAndApplyRecordsTheCommittedState
     ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
     EXPECT_EQ(TempRoot::ReadFile(file).rfind("bplist00", 0), 0u);
     EXPECT_EQ(Stat(file).st_mode & 07777, 0600u);
-
-    SCPreferencesSetValue(prefs.get(), CFSTR("NotCommitted"), CFSTR("yes"));
-    ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
-    std::string applied = AppliedText(root);
-    EXPECT_EQ(applied.rfind("<?xml", 0), 0u);
-    EXPECT_NE(applied.find("<key>Committed</key>"), std::string::npos);
-    EXPECT_EQ(applied.find("<key>NotCommitted</key>"), std::string::npos);
-
-    // A run-time folder that cannot be made: apply fails and says why.
-    fs::remove_all(root.path() / "var");
-    root.write("/var/run", "a file where a folder belongs");
-    StderrCapture said;
-    EXPECT_FALSE(SCPreferencesApplyChanges(prefs.get()));
-    EXPECT_EQ(SCError(), kSCStatusFailed);
-    EXPECT_EQ(Lines(said.text()), 1u) << said.text();
-}
-
-TEST_F(SCPreferencesTest, InterruptedSaveLeavesTheOldFileWhole) {
-    auto file = root.installStore("imac-ethernet-pac.plist");
-    std::string original = TempRoot::ReadFile(file);
-    pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        SCPreferencesRef prefs = SCPreferencesCreate(nil, CFSTR("child"), nil);
-        if (prefs == nil) ::_exit(1);
-        SCPreferencesSetValue(prefs, CFSTR("Lost"), CFSTR("in the crash"));
-        SCPreferencesInterruptNextCommitForTesting(100);
-        SCPreferencesCommitChanges(prefs);
-        ::_exit(2);  // not reached: the commit ends the process
-    }
-    int status = 0;
-    ASSERT_TRUE(WaitForChild(child, &status));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == kAtomicFileInterruptedExitStatus);
-    EXPECT_EQ(TempRoot::ReadFile(file), original);
-
-    // The crash's leftover does not disturb the next run.
-    Prefs prefs = Open();
-    ASSERT_TRUE(prefs);
-    SCPreferencesSetValue(prefs.get(), CFSTR("Saved"), CFSTR("after the crash"));
-    EXPECT_TRUE(SCPreferencesCommitChanges(prefs.get()));
-    Prefs again = Open();
-    ASSERT_TRUE(again);
-    EXPECT_NE(SCPreferencesGetValue(again.get(), CFSTR("Saved")), nullptr);
 }
 
 TEST_F(SCPreferencesTest, TheLastSaveIsReusedOnlyWhileTheFileIsAsWritten) {
