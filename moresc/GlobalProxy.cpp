@@ -74,7 +74,11 @@ const ProxyKind& KindNamed(const char* name) {
 // "host:port" of a proxy of the entity, for messages.
 std::string ProxyText(CFDictionaryRef proxies, const ProxyKind& kind) {
     std::optional<SInt32> port = PortOf(CFDictionaryGetValue(proxies, kind.portKey));
-    return Escaped(TextOf(StringOrNil(proxies, kind.proxyKey))) + (port ? ":" + std::to_string(*port) : "");
+    // Built in steps: GCC 12's Release build takes ":" + a temporary for an
+    // overlapping copy.
+    std::string text = Escaped(TextOf(StringOrNil(proxies, kind.proxyKey)));
+    if (port) text += ':' + std::to_string(*port);
+    return text;
 }
 
 }  // namespace

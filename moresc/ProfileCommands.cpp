@@ -90,7 +90,8 @@ CFRef<CFDictionaryRef> CopySharedProxies(Outcome* outcome, CFStringRef setID) {
     if (groups.size() > 1) {
         std::string list;
         for (std::size_t i = 0; i < groups.size(); ++i) {
-            list += " [" + std::to_string(i + 1) + "] " + groups[i].second + (groups[i].first ? "" : " (none)");
+            list += " [";
+            list += std::to_string(i + 1) + "] " + groups[i].second + (groups[i].first ? "" : " (none)");
         }
         outcome->Fail("the active services of " + SetDescription(setID) +
                       " have different proxy settings; choose one with --service:" + list);
