@@ -2,6 +2,10 @@
 // and binary) of 1,000 to 100,000 entries, one port in ten entries as on a
 // real machine, read for the first time (the file changed since the last
 // listing) or again; and sysfs trees with 100 to 10,000 network interfaces.
+// Then a real Mac's size: a 13 MB dump in the text of "ioreg -lw0" beside
+// the same registry as "ioreg -a" writes it, each read anew for every
+// listing (bench/ports_goals.py times whole moresc runs on both, with their
+// peak memory).
 // Run: build/bin/bench_ports (a Release or RelWithDebInfo build).
 #include <benchmark/benchmark.h>
 
@@ -10,6 +14,7 @@
 #include <filesystem>
 #include <string>
 
+#include "LargeRegistryDump.h"
 #include "MoreSC.h"
 #include "platform/corefoundation/CFRef.h"
 #include "support/FakeSysfs.h"
@@ -17,8 +22,12 @@
 
 namespace {
 
-OSStatus QuietName(io_object_t, CFDictionaryRef, CFStringRef englishName, CFStringRef* nameTemplate) {
-    *nameTemplate = englishName != nullptr ? CFStringCreateCopy(nullptr, englishName) : nullptr;
+// English names; an Ethernet interface no rule names is an adaptor by its
+// BSD name, as moresc names it.
+OSStatus QuietName(io_object_t, CFDictionaryRef interfaceInfo, CFStringRef englishName, CFStringRef* nameTemplate) {
+    const void* device = CFDictionaryGetValue(interfaceInfo, CFSTR("DeviceName"));
+    if (englishName != nullptr) *nameTemplate = CFStringCreateCopy(nullptr, englishName);
+    else if (device != nullptr) *nameTemplate = CFStringCreateWithFormat(nullptr, nullptr, CFSTR("Ethernet Adaptor (%@)"), device);
     return *nameTemplate != nullptr ? noErr : -1;
 }
 
@@ -87,6 +96,30 @@ void BM_PortArrayFromSysfs(benchmark::State& state) {
     ListPorts(state, interfaces);
 }
 
+constexpr long kRealMacDumpBytes = 13L * 1000 * 1000;
+
+// Lists the ports of a 13 MB text dump, or of the same registry in the
+// property-list form.
+void PortArrayFromRealSizedDump(benchmark::State& state, bool text) {
+    TempRoot root;
+    std::string path = (root.path() / "registry.txt").string();
+    long bytes = large_registry_dump::Write(path, kRealMacDumpBytes);
+    if (!text) {
+        std::string xml = (root.path() / "registry.plist").string();
+        bytes = large_registry_dump::WritePropertyListForm(path, xml);
+        path = xml;
+    }
+    ::setenv("TARNWICK_IOREG", path.c_str(), 1);
+    MoreSCFSetPortNameCallback(QuietName);
+    state.counters["dump_MB"] = static_cast<double>(bytes) / 1e6;
+    state.SetLabel(text ? "ioreg -lw0 text" : "ioreg -a XML");
+    ListPorts(state, large_registry_dump::kPorts, path);
+    ::unsetenv("TARNWICK_IOREG");
+}
+
+void BM_PortArrayFromTextDumpOfARealMacsSize(benchmark::State& state) { PortArrayFromRealSizedDump(state, true); }
+void BM_PortArrayFromXMLDumpOfTheSameRegistry(benchmark::State& state) { PortArrayFromRealSizedDump(state, false); }
+
 BENCHMARK(BM_FirstPortArrayFromXMLSnapshot)->RangeMultiplier(10)->Range(1000, 100000)
     ->Unit(benchmark::kMillisecond)->Complexity();
 BENCHMARK(BM_FirstPortArrayFromBinarySnapshot)->RangeMultiplier(10)->Range(1000, 100000)
@@ -94,6 +127,8 @@ BENCHMARK(BM_FirstPortArrayFromBinarySnapshot)->RangeMultiplier(10)->Range(1000,
 BENCHMARK(BM_PortArrayAgainFromXMLSnapshot)->RangeMultiplier(10)->Range(1000, 100000)
     ->Unit(benchmark::kMillisecond)->Complexity();
 BENCHMARK(BM_PortArrayFromSysfs)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(BM_PortArrayFromTextDumpOfARealMacsSize)->Arg(13)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PortArrayFromXMLDumpOfTheSameRegistry)->Arg(13)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -115,3 +115,15 @@ CFRef<CFStringRef> URLArgument(Outcome* outcome, const std::string& text) {
     }
     return StringIf(outcome, good, text, " is not a URL (such as http://wpad.example.com/proxy.pac)");
 }
+
+std::optional<std::string> IdentifierArgument(Outcome* outcome, const std::string& text) {
+    bool good = !text.empty() && text.front() != '.' && text.back() != '.' && text.find("..") == std::string::npos;
+    for (char c : text) {
+        good = good && (std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '-' || c == '_');
+    }
+    if (!good) {
+        outcome->FailUsage(Quoted(text) + " is not a reverse-DNS identifier (such as com.example.proxies)");
+        return std::nullopt;
+    }
+    return text;
+}

@@ -35,3 +35,7 @@ CFRef<CFStringRef> BypassArgument(Outcome* outcome, const std::string& text);
 
 // A URL: printable ASCII without spaces, a scheme and "://" first.
 CFRef<CFStringRef> URLArgument(Outcome* outcome, const std::string& text);
+
+// A profile's identifier in reverse-DNS style (com.example.proxies): labels
+// of letters, digits, "-" and "_", separated by single dots.
+std::optional<std::string> IdentifierArgument(Outcome* outcome, const std::string& text);

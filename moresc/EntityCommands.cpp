@@ -1,17 +1,12 @@
 // The subcommands on the entities of a service: print one as an XML
 // property list, and write one from an XML property list.
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdint>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 #include <string>
 
 #include "MoreSC.h"
+#include "moresc/InputFile.h"
 #include "moresc/Json.h"
 #include "moresc/OneService.h"
 #include "moresc/Outcome.h"
@@ -42,82 +37,15 @@ CFRef<CFStringRef> ProtocolArgument(Outcome* outcome, const std::string& text) {
     return protocol;
 }
 
-// A file descriptor that closes itself.
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
-// How reading the input ended.
-enum class InputRead { kRead, kUnreadable, kTooLarge };
-
-// Reads all of path ("-": standard input), but no more than a store may
-// hold: what moresc writes into the store must leave it readable. A
-// regular file is measured before it is read; a pipe or device is read up
-// to one byte past the limit. On failure *fault says why.
-InputRead ReadInput(const std::string& path, std::string* bytes, std::string* fault) {
-    const std::size_t limit = kSCPreferencesMaxFileSize;
-    int fd = STDIN_FILENO;
-    // Opened without waiting: a FIFO that no program writes to reads as
-    // empty at once, instead of waiting for a writer that may never come.
-    Descriptor opened(path == "-" ? -1 : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (path != "-") {
-        fd = opened.get();
-        int flags = fd < 0 ? -1 : ::fcntl(fd, F_GETFL);
-        if (flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) < 0) {
-            *fault = std::strerror(errno);
-            return InputRead::kUnreadable;
-        }
-    }
-    struct stat info {};
-    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && static_cast<std::uintmax_t>(info.st_size) > limit) {
-        *fault = "larger than the limit of " + std::to_string(limit) + " bytes";
-        return InputRead::kTooLarge;
-    }
-    char buffer[65536];
-    for (;;) {
-        ssize_t count = ::read(fd, buffer, sizeof buffer);
-        if (count == 0) return InputRead::kRead;
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) {
-            *fault = std::strerror(errno);
-            return InputRead::kUnreadable;
-        }
-        bytes->append(buffer, static_cast<std::size_t>(count));
-        if (bytes->size() > limit) {
-            *fault = "larger than the limit of " + std::to_string(limit) + " bytes";
-            return InputRead::kTooLarge;
-        }
-    }
-}
-
 // The dictionary in the XML property list of path, checked whole before
 // the store is opened: a failure leaves the outcome with the reason.
 CFRef<CFDictionaryRef> ReadEntityFile(Outcome* outcome, const std::string& path) {
-    const std::string shownPath = path == "-" ? "standard input" : path;
-    std::string bytes;
+    const std::string shownPath = InputName(path);
+    std::optional<std::string> bytes = ReadInputFile(outcome, path);
+    if (!bytes) return nullptr;
     std::string fault;
-    switch (ReadInput(path, &bytes, &fault)) {
-        case InputRead::kRead:
-            break;
-        case InputRead::kUnreadable:
-            outcome->Fail("cannot read " + shownPath + ": " + fault);
-            return nullptr;
-        case InputRead::kTooLarge:
-            outcome->FailUsage(shownPath + " is " + fault);
-            return nullptr;
-    }
     PropertyListFormat format = PropertyListFormat::XML;
-    CFRef<CFDictionaryRef> entity(PropertyListCreateFromFileBytes(bytes, &format, &fault));
+    CFRef<CFDictionaryRef> entity(PropertyListCreateFromFileBytes(*bytes, &format, &fault));
     if (!entity) {
         outcome->FailUsage(shownPath + " is not a property list whose root is a dictionary: " + fault);
     } else if (format != PropertyListFormat::XML) {

@@ -7,16 +7,35 @@ namespace {
 // The scanner's status for a port it cannot name.
 const OSStatus kPortNotNamedErr = -1;
 
-// moresc speaks English: the template stays the scanner's own. A port that
-// no rule could name (englishName nil) stays unnamed, which fails the
-// listing as it would without a callback.
+// "en4 (IOEthernetInterface)": the port's BSD or tty name and its class.
+std::string DescribePort(io_object_t interface, CFDictionaryRef interfaceInfo) {
+    io_name_t className = "";
+    IOObjectGetClass(interface, className);
+    std::string device = PortText(interfaceInfo, kSCPropNetInterfaceDeviceName);
+    return (device.empty() ? std::string("without a device name") : device) + " (" + className + ")";
+}
+
+// moresc speaks English: the template stays the scanner's own. An Ethernet
+// interface that no rule could name (its controller's provider has no
+// "name", as on every Mac with Thunderbolt, or it has no provider at all)
+// is an adaptor named by its BSD name, as the last rule would name it; the
+// name goes in as it is, with no placeholder left to fill. Any other port
+// without a name fails the listing, and says which port it is.
 OSStatus CopyEnglishPortName(io_object_t interface, CFDictionaryRef interfaceInfo, CFStringRef englishName,
                              CFStringRef* nameTemplate) {
-    (void) interface;
-    (void) interfaceInfo;
-    if (englishName == nil) return kPortNotNamedErr;
-    *nameTemplate = CFStringCreateCopy(kCFAllocatorDefault, englishName);
-    return *nameTemplate != nil ? noErr : coreFoundationUnknownErr;
+    if (englishName != nil) {
+        *nameTemplate = CFStringCreateCopy(kCFAllocatorDefault, englishName);
+        return *nameTemplate != nil ? noErr : coreFoundationUnknownErr;
+    }
+    const void* device = CFDictionaryGetValue(interfaceInfo, kSCPropNetInterfaceDeviceName);
+    if (IOObjectConformsTo(interface, kIOEthernetInterfaceClass) && device != nil &&
+        CFGetTypeID(device) == CFStringGetTypeID()) {
+        *nameTemplate = CFStringCreateWithFormat(kCFAllocatorDefault, nil, CFSTR("Ethernet Adaptor (%@)"), device);
+        return *nameTemplate != nil ? noErr : coreFoundationUnknownErr;
+    }
+    ReportError("port " + DescribePort(interface, interfaceInfo),
+                "no naming rule fits it, and it is no Ethernet interface with a BSD name to name it by");
+    return kPortNotNamedErr;
 }
 
 CFDictionaryRef PortAt(CFArrayRef ports, CFIndex index) {

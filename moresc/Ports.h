@@ -8,8 +8,9 @@
 #include "moresc/Outcome.h"
 
 // Installs the port name callback of moresc, which keeps the scanner's
-// English names: without a callback every listing would warn on standard
-// error. Call it once, before any subcommand runs.
+// English names (without a callback every listing would warn on standard
+// error) and names an Ethernet interface that no rule fits as an adaptor
+// by its BSD name. Call it once, before any subcommand runs.
 void InstallPortNameCallback();
 
 // The port array (MoreSCCreatePortArray); nil, with the outcome recording

@@ -138,6 +138,48 @@ const Subcommand kSubcommands[] = {
      "root is a dictionary, of at most 64 MiB (the limit of a store); it is\n"
      "checked before anything is changed.\n",
      3, 3, kSetOption | kChangeOptions, WriteEntity},
+    {"export-profile", "[--service SERVICE] [--global] [-o FILE]", "write proxy settings as a configuration profile",
+     "Writes the proxy settings of SERVICE (its Proxies entity, as it stands)\n"
+     "as a configuration profile for device management (MDM) servers: an XML\n"
+     "property list with one com.apple.SystemConfiguration payload that holds\n"
+     "them. Without --service, the active services of the set must all have\n"
+     "the same proxy settings, which are written; when they differ, they are\n"
+     "listed and nothing is written. UUIDs are fresh random ones.\n"
+     "\n"
+     "  --service SERVICE  the service whose proxy settings are written\n"
+     "  --global           write a global HTTP proxy payload\n"
+     "                     (com.apple.proxy.http.global) instead: PAC with a\n"
+     "                     URL, auto-discovery, or the web proxy (with the same\n"
+     "                     secure web proxy); other settings are refused\n"
+     "  --identifier ID    the profile's identifier (reverse DNS, such as\n"
+     "                     com.example.proxies; default: one that holds its UUID)\n"
+     "  --name NAME        the profile's name as users see it\n"
+     "                     (default: Proxy settings)\n"
+     "  -o FILE            write the profile to FILE (default: standard output)\n",
+     0, 0, kSetOption | kServiceOption | kExportOptions, ExportProfile},
+    {"apply-profile", "FILE [--service SERVICE]...", "apply the proxy payloads of a configuration profile",
+     "Applies the proxy payloads of the configuration profile in FILE (\"-\":\n"
+     "standard input) to every active service of the set, or to the services\n"
+     "that --service names, in one change. The profile is an XML or binary\n"
+     "property list, or one signed by an MDM server or Apple Configurator\n"
+     "(CMS); its signer is named on standard error, and a signature that does\n"
+     "not match the profile is refused. A com.apple.SystemConfiguration\n"
+     "payload's Proxies become the service's Proxies entity, whole. A global\n"
+     "HTTP proxy payload (Manual) sets the web and secure web proxies and\n"
+     "switches PAC and auto-discovery off; Auto switches the web proxies off\n"
+     "and PAC on with the URL, or auto-discovery when there is none. Other\n"
+     "payloads are named on standard error and passed over. A profile without a\n"
+     "proxy payload, with payloads that disagree, or that is not a profile,\n"
+     "changes nothing.\n"
+     "\n"
+     "  --service SERVICE  apply to SERVICE (may be given more than once)\n"
+     "  --verify CAFILE    refuse a profile that is not signed by a certificate\n"
+     "                     that the CA certificates in CAFILE (PEM or DER)\n"
+     "                     vouch for\n"
+     "  --dry-run          change nothing; print, for each key that would change,\n"
+     "                     the service's ID and name, the key, its value before\n"
+     "                     and after (\"-\": none), separated by tabs\n",
+     1, 1, kSetOption | kServiceOption | kApplyOptions | kJsonOption | kChangeOptions, ApplyProfile},
     {"appletalk", "[on|off]", "show or switch AppleTalk",
      "Without an argument, prints \"on\" when an active service of the set has\n"
      "AppleTalk switched on, else \"off\"; an active service without an\n"

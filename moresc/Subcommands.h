@@ -21,6 +21,13 @@ struct Invocation {
     int waitSeconds = 10;                // --wait SECONDS
     // --search DOMAIN...: the words after it, up to the next option.
     std::optional<std::vector<std::string>> search;
+    std::vector<std::string> services;       // --service SERVICE, each time it is given
+    std::optional<std::string> identifier;   // --identifier ID
+    std::optional<std::string> displayName;  // --name NAME
+    std::optional<std::string> output;       // -o FILE, --output FILE
+    bool global = false;                     // --global
+    bool dryRun = false;                     // --dry-run
+    std::optional<std::string> caFile;       // --verify CAFILE
 };
 
 // Runs a subcommand and returns the exit status.
@@ -34,6 +41,9 @@ enum SubcommandOption : unsigned {
     kSearchOption = 1U << 3,     // --search DOMAIN...
     kDuplicateOption = 1U << 4,  // --allow-duplicate: let a name that is taken through
     kChangeOptions = 1U << 5,    // --create and --wait SECONDS, of the subcommands that change the store
+    kServiceOption = 1U << 6,    // --service SERVICE, which may be given more than once
+    kExportOptions = 1U << 7,    // --identifier ID, --name NAME, -o FILE and --global, of export-profile
+    kApplyOptions = 1U << 8,     // --dry-run and --verify CAFILE, of apply-profile
 };
 
 struct Subcommand {
@@ -90,6 +100,9 @@ int SetPAC(const Invocation& invocation);
 // IPv4 and DNS (AddressCommands.cpp).
 int SetIPv4(const Invocation& invocation);
 int SetDNS(const Invocation& invocation);
+// Configuration profiles (ProfileCommands.cpp).
+int ExportProfile(const Invocation& invocation);
+int ApplyProfile(const Invocation& invocation);
 // Configuration helpers (HelperCommands.cpp).
 int AppleTalk(const Invocation& invocation);
 int ListDHCPServices(const Invocation& invocation);

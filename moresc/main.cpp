@@ -85,7 +85,8 @@ bool ParseWaitSeconds(const std::string& text, int* seconds) {
 
 // Takes the arguments after the subcommand's name apart: --help, the
 // options the subcommand takes ("--set SET" or "--set=SET", likewise
-// --wait; --search takes the arguments after it up to the next option),
+// --wait and the other options with a value; --search takes the
+// arguments after it up to the next option),
 // "--" (everything after it is an argument, even if it starts with "-"),
 // and the arguments. Options may stand anywhere before "--". Returns -1
 // when the subcommand is to run, otherwise the exit status.
@@ -117,9 +118,23 @@ int ParseArguments(const Subcommand& subcommand, const std::vector<std::string>&
             if (!value && i + 1 < words.size()) value = words[++i];
             return value.has_value();
         };
+        const bool exportOption = option == "--identifier" || option == "--name" || option == "--output" ||
+                                  option == "-o";
         if (option == "--set" && subcommand.takes(kSetOption)) {
             if (!takeValue()) return UsageError(name, "--set needs a set" + usage);
             invocation->set = *value;
+        } else if (option == "--service" && subcommand.takes(kServiceOption)) {
+            if (!takeValue()) return UsageError(name, "--service needs a service" + usage);
+            invocation->services.push_back(*value);
+        } else if (exportOption && subcommand.takes(kExportOptions)) {
+            if (!takeValue()) return UsageError(name, option + " needs a value" + usage);
+            std::optional<std::string>& slot = option == "--identifier" ? invocation->identifier
+                                               : option == "--name"     ? invocation->displayName
+                                                                        : invocation->output;
+            slot = *value;
+        } else if (option == "--verify" && subcommand.takes(kApplyOptions)) {
+            if (!takeValue()) return UsageError(name, "--verify needs a file of CA certificates" + usage);
+            invocation->caFile = *value;
         } else if (option == "--wait" && subcommand.takes(kChangeOptions)) {
             if (!takeValue() || !ParseWaitSeconds(*value, &invocation->waitSeconds)) {
                 return UsageError(name, "--wait needs a number of seconds from 0 to 86400" + usage);
@@ -134,6 +149,10 @@ int ParseArguments(const Subcommand& subcommand, const std::vector<std::string>&
             invocation->allowDuplicate = true;
         } else if (option == "--create" && subcommand.takes(kChangeOptions)) {
             invocation->create = true;
+        } else if (option == "--global" && subcommand.takes(kExportOptions)) {
+            invocation->global = true;
+        } else if (option == "--dry-run" && subcommand.takes(kApplyOptions)) {
+            invocation->dryRun = true;
         } else if (option == "--search" && subcommand.takes(kSearchOption)) {
             invocation->search.emplace();
             positional = &*invocation->search;

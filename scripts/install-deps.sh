@@ -3,6 +3,9 @@
 set -euo pipefail
 
 packages=(cmake g++ make pkg-config libexpat1-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev python3)
+# moresc reads signed configuration profiles with OpenSSL (libssl-dev brings
+# libcrypto's headers); its tests make a throw-away CA with the openssl command.
+packages+=(libssl-dev openssl)
 # For the check that the installed manual pages render.
 packages+=(man-db groff-base)
 missing=()

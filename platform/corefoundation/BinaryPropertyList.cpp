@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/corefoundation/CFKeyedArchiverUID.h"
 #include "platform/corefoundation/CFStringInternal.h"
 #include "platform/corefoundation/PropertyListFile.h"
 
@@ -242,8 +243,11 @@ uint64_t ReadBigEndian(const uint8_t* at, unsigned size) {
 // reference) are refused.
 class Decoder {
 public:
-    Decoder(const std::string& bytes, std::string* fault)
-        : data_(reinterpret_cast<const uint8_t*>(bytes.data())), size_(bytes.size()), fault_(fault) {}
+    Decoder(const std::string& bytes, bool keyedArchiveUIDs, std::string* fault)
+        : data_(reinterpret_cast<const uint8_t*>(bytes.data())),
+          size_(bytes.size()),
+          keyedArchiveUIDs_(keyedArchiveUIDs),
+          fault_(fault) {}
 
     ~Decoder() {
         for (auto& frame : stack_) {
@@ -466,6 +470,15 @@ private:
                     units[i] = static_cast<char16_t>((bytes[2 * i] << 8) | bytes[2 * i + 1]);
                 return cfstring::Make(units);
             }
+            case 0x8: {
+                // An archive's object reference: 1 to 4 bytes, as archives
+                // never hold more objects than that.
+                if (!keyedArchiveUIDs_) break;
+                unsigned size = low + 1u;
+                if (size > 4) return fail("malformed binary property list: a UID wider than 32 bits");
+                if (at + 1 + size > tableOffset_) return fail("malformed binary property list: a UID runs past the objects");
+                return _CFKeyedArchiverUIDCreate(kCFAllocatorDefault, static_cast<uint32_t>(ReadBigEndian(data_ + at + 1, size)));
+            }
             default:
                 break;
         }
@@ -474,6 +487,7 @@ private:
 
     const uint8_t* data_;
     std::size_t size_;
+    bool keyedArchiveUIDs_;
     std::string* fault_;
     unsigned offsetSize_ = 0;
     unsigned refSize_ = 0;
@@ -488,8 +502,8 @@ private:
 
 }  // namespace
 
-CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault) {
-    Decoder decoder(bytes, fault);
+CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault, bool keyedArchiveUIDs) {
+    Decoder decoder(bytes, keyedArchiveUIDs, fault);
     return decoder.decode();
 }
 

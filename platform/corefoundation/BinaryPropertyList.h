@@ -19,7 +19,10 @@ bool BinaryPropertyListEncode(CFPropertyListRef root, std::string* bytes, std::s
 
 // A new tree (containers mutable) from the bytes of a binary property list,
 // or nil with *fault set. Strings keep every character, U+0000 included.
-CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault);
+// Keyed-archive UIDs are refused unless keyedArchiveUIDs is set; then each
+// becomes a CFKeyedArchiverUID (see CFKeyedArchiverUID.h).
+CFPropertyListRef BinaryPropertyListCreate(const std::string& bytes, std::string* fault,
+                                           bool keyedArchiveUIDs = false);
 
 // Makes room for `room` bytes of the caller's right after the 8-byte header
 // of bytes, a binary property list, where no reader looks: the header, the

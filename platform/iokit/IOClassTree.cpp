@@ -1,6 +1,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "platform/iokit/IOKitKeys.h"
 #include "platform/iokit/IORegistry.h"
 
 namespace {
@@ -31,9 +32,27 @@ const std::unordered_map<std::string_view, std::string_view>& Superclasses() {
     return table;
 }
 
+// The network interface types and address lengths the networking family
+// publishes for Ethernet ("IOInterfaceType" 6 is Ethernet; FireWire is 144
+// with 8-byte addresses).
+constexpr SInt64 kEthernetInterfaceType = 6;
+constexpr SInt64 kEthernetAddressLength = 6;
+
+bool HasNumber(CFDictionaryRef properties, CFStringRef key, SInt64 wanted) {
+    const void* value = CFDictionaryGetValue(properties, key);
+    SInt64 number = 0;
+    return value != nullptr && CFGetTypeID(value) == CFNumberGetTypeID() &&
+           CFNumberGetValue(static_cast<CFNumberRef>(value), kCFNumberSInt64Type, &number) && number == wanted;
+}
+
+bool HasString(CFDictionaryRef properties, CFStringRef key) {
+    const void* value = CFDictionaryGetValue(properties, key);
+    return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID();
+}
+
 }  // namespace
 
-bool IOClassConformsTo(const std::string& className, const std::string& ancestor) {
+bool IOClassConformsTo(std::string_view className, std::string_view ancestor) {
     const auto& table = Superclasses();
     std::string_view current = className;
     while (!current.empty()) {
@@ -42,4 +61,36 @@ bool IOClassConformsTo(const std::string& className, const std::string& ancestor
         current = (found != table.end()) ? found->second : std::string_view("IOService");
     }
     return false;
+}
+
+std::string_view IOClassInTree(const std::string& className, CFDictionaryRef properties) {
+    const auto& table = Superclasses();
+    auto known = table.find(className);
+    if (known != table.end()) return known->first;
+    // Drivers publish their interfaces and serial ports under classes of
+    // their own (IOEthernetAVBInterface, AirPort_Brcm4360_Interface, ...),
+    // with the properties their family gives every one of its kind.
+    if (properties != nullptr) {
+        if (HasNumber(properties, CFSTR("IOInterfaceType"), kEthernetInterfaceType) &&
+            HasNumber(properties, CFSTR("IOMediaAddressLength"), kEthernetAddressLength) &&
+            HasString(properties, CFSTR(kIOBSDNameKey))) {
+            return "IOEthernetInterface";
+        }
+        if (HasString(properties, CFSTR(kIOSerialBSDTypeKey)) && HasString(properties, CFSTR(kIOTTYBaseNameKey))) {
+            return kIOSerialBSDServiceValue;
+        }
+    }
+    return "IOService";
+}
+
+bool IORegistry::ConformsTo(std::size_t index, std::string_view ancestor) const {
+    const IORegistryEntry& entry = entries_[index];
+    if (entry.className == ancestor) return true;
+    if (!entry.superclasses.empty()) {
+        for (const std::string& superclass : entry.superclasses) {
+            if (superclass == ancestor) return true;
+        }
+        return false;
+    }
+    return IOClassConformsTo(entry.treeClass.empty() ? std::string_view(entry.className) : entry.treeClass, ancestor);
 }

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -94,8 +95,14 @@ io_object_t AddEntryHandle(std::shared_ptr<const IORegistry> registry, std::size
     return Handles().Add(std::move(object));
 }
 
+// Writes what a reader left out, one line each, after the source it read.
+void ReportNotes(const std::string& source, const IORegistryNotes& notes) {
+    for (const std::string& note : notes) std::fprintf(stderr, "IOKit: %s: %s\n", source.c_str(), note.c_str());
+}
+
 // The last snapshot read, kept while its file stays the same: the three
-// queries of a port listing then read a large snapshot once.
+// queries of a port listing then read a large snapshot once (and report
+// what it left out once).
 class SnapshotCache {
 public:
     std::shared_ptr<const IORegistry> Read(const std::string& path, kern_return_t* status) {
@@ -107,10 +114,12 @@ public:
             return registry_;
         }
         std::string fault;
-        std::shared_ptr<const IORegistry> registry = IORegistryReadSnapshot(path, status, &fault);
+        IORegistryNotes notes;
+        std::shared_ptr<const IORegistry> registry = IORegistryReadSnapshot(path, status, &fault, &notes);
         if (!registry) {
             std::fprintf(stderr, "IOKit: cannot read the registry snapshot %s: %s\n", path.c_str(), fault.c_str());
         }
+        ReportNotes(path, notes);
         registry_ = known ? registry : nullptr;
         path_ = path;
         info_ = info;
@@ -138,7 +147,21 @@ std::shared_ptr<const IORegistry> ReadRegistry(kern_return_t* status) {
     const char* snapshot = std::getenv("TARNWICK_IOREG");
     if (snapshot != nullptr && *snapshot != 0) return snapshots->Read(snapshot, status);
     *status = kIOReturnSuccess;
-    return IORegistryReadSysfs(TarnwickRootPath("/sys"));
+    IORegistryNotes notes;
+    std::shared_ptr<IORegistry> registry = IORegistryReadSysfs(TarnwickRootPath("/sys"), &notes);
+    registry->Finish(&notes);
+    // Each query reads sysfs again: what the last read reported stays
+    // unsaid while it stays so.
+    static IORegistryNotes* reported = new IORegistryNotes;  // lives as long as the process
+    static std::mutex reporting;
+    std::lock_guard<std::mutex> lock(reporting);
+    IORegistryNotes fresh;
+    for (const std::string& note : notes) {
+        if (std::find(reported->begin(), reported->end(), note) == reported->end()) fresh.push_back(note);
+    }
+    ReportNotes("sysfs", fresh);
+    *reported = std::move(notes);
+    return registry;
 }
 
 bool IsString(const void* value) { return value != nullptr && CFGetTypeID(value) == CFStringGetTypeID(); }
@@ -159,8 +182,10 @@ bool HasProperties(CFDictionaryRef properties, CFDictionaryRef wanted, bool skip
     return true;
 }
 
-bool Matches(const IORegistryEntry& entry, CFDictionaryRef matching, const std::string& providerClass) {
-    if (!IOClassConformsTo(entry.className, providerClass)) return false;
+bool Matches(const IORegistry& registry, std::size_t index, CFDictionaryRef matching,
+             const std::string& providerClass) {
+    const IORegistryEntry& entry = registry.entry(index);
+    if (!entry.matchable || !registry.ConformsTo(index, providerClass)) return false;
     const void* propertyMatch = CFDictionaryGetValue(matching, CFSTR(kIOPropertyMatchKey));
     if (propertyMatch != nullptr) {
         if (CFGetTypeID(propertyMatch) != CFDictionaryGetTypeID()) return false;
@@ -212,8 +237,7 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t masterPort, CFDictionaryR
     HeldObject iterator;
     iterator.isIterator = true;
     for (std::size_t index : registry->DepthFirstOrder()) {
-        const IORegistryEntry& entry = registry->entry(index);
-        if (IOClassConformsTo(entry.className, "IOService") && Matches(entry, matching, providerClass)) {
+        if (registry->ConformsTo(index, "IOService") && Matches(*registry, index, matching, providerClass)) {
             iterator.matches.push_back(index);
         }
     }
@@ -235,7 +259,7 @@ boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className) {
     std::shared_ptr<const IORegistry> registry;
     std::size_t entry = 0;
     if (className == nullptr || !Handles().GetEntry(object, &registry, &entry)) return false;
-    return IOClassConformsTo(registry->entry(entry).className, className);
+    return registry->ConformsTo(entry, className);
 }
 
 kern_return_t IOObjectGetClass(io_object_t object, io_name_t className) {

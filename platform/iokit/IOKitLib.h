@@ -6,9 +6,14 @@
 // The registry is read from one of two sources, anew for every matching
 // query:
 // - a registry snapshot, when the environment variable TARNWICK_IOREG names
-//   a file: the property list (XML or binary) that "ioreg -a -l" writes;
+//   a file: the property list (XML or binary) that "ioreg -a -l" writes,
+//   the text that "ioreg -l" writes, or a save file of IORegistryExplorer;
 // - otherwise the devices of this machine, read from sysfs under
 //   $TARNWICK_ROOT/sys (network interfaces and serial ports only).
+// Either way an Ethernet interface without a "BSD Name" string, or a serial
+// port without an "IOTTYDevice" string, matches no query; each such entry,
+// and each port whose sysfs files cannot be read, is reported in one line
+// on standard error.
 //
 // Objects (entries and iterators) are handles with a reference count: every
 // object handed out (by IOIteratorNext, IORegistryEntryGetParentEntry or
@@ -52,9 +57,9 @@ CFMutableDictionaryRef IOServiceMatching(const char* name);
 // Consumes one reference to matching, also on failure. On success
 // *existing is a new iterator owned by the caller. masterPort is
 // kIOMasterPortDefault or the port from IOMasterPort (kIOReturnBadArgument
-// otherwise). A registry snapshot that cannot be read (kIOReturnNotReadable)
-// or is not a registry (kIOReturnError) is reported in one line on standard
-// error.
+// otherwise). A registry snapshot that cannot be read (kIOReturnNotReadable:
+// missing, not a regular file, larger than 64 MiB) or is not a registry
+// (kIOReturnError) is reported in one line on standard error.
 kern_return_t IOServiceGetMatchingServices(mach_port_t masterPort, CFDictionaryRef matching, io_iterator_t* existing);
 
 // The next object of the iteration, owned by the caller; 0 at the end (and
@@ -65,9 +70,13 @@ io_object_t IOIteratorNext(io_iterator_t iterator);
 // that is not a live object.
 kern_return_t IOObjectRelease(io_object_t object);
 
-// Whether the object's class is className or derives from it. The class
-// tree is the platform's for the classes the network ports involve; any
-// other class derives directly from IOService.
+// Whether the object's class is className or derives from it. A save file
+// gives each entry's classes; otherwise the class tree is the platform's
+// for the classes the network ports involve, and another class is what its
+// properties show: an Ethernet interface ("IOInterfaceType" 6,
+// "IOMediaAddressLength" 6 and a "BSD Name"), whose provider is then an
+// Ethernet controller, or a serial port ("IOSerialBSDClientType" and
+// "IOTTYBaseName"); else it derives directly from IOService.
 boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className);
 
 // Copies the class name of an object into className.

@@ -1,131 +1,96 @@
-// Registry snapshots: the property list that "ioreg -a -l" writes. Each
-// entry is a dictionary holding its class ("IOObjectClass"), its properties,
-// a few keys ioreg adds about the entry itself, and its children in the
-// "IOService" plane ("IORegistryEntryChildren"). The root dictionary is the
-// registry's root entry.
-#include <cerrno>
+// Registry dump files: read with a bound, then told apart by their first
+// bytes. A binary or XML property list is either what "ioreg -a -l" writes
+// (the root entry's dictionary) or a save file of IORegistryExplorer (a
+// keyed archive, "$archiver" at its root); text that draws the tree of
+// entries ("+-o Root  <class IORegistryEntry, ...>") is what "ioreg -l"
+// writes.
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <unordered_set>
-#include <utility>
 
-#include "platform/corefoundation/PropertyListFile.h"
+#include "platform/corefoundation/BinaryPropertyList.h"
+#include "platform/corefoundation/XMLPropertyList.h"
 #include "platform/iokit/IORegistry.h"
+#include "platform/posix/AtomicFile.h"
 
 namespace {
 
-// Removes the keys ioreg writes about an entry rather than properties of it.
-void RemoveAnnotations(CFMutableDictionaryRef dict) {
-    static const CFStringRef keys[] = {
-        CFSTR("IOObjectClass"),           CFSTR("IOObjectRetainCount"),     CFSTR("IORegistryEntryID"),
-        CFSTR("IORegistryEntryName"),     CFSTR("IORegistryEntryLocation"), CFSTR("IORegistryEntryChildren"),
-        CFSTR("IOServiceBusyState"),      CFSTR("IOServiceBusyTime"),       CFSTR("IOServiceState"),
-    };
-    for (CFStringRef key : keys) CFDictionaryRemoveValue(dict, key);
+enum class DumpForm { PropertyList, Text, Unknown };
+
+DumpForm FormOf(const std::string& bytes) {
+    if (bytes.compare(0, 8, "bplist00") == 0) return DumpForm::PropertyList;
+    std::size_t start = bytes.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;  // a byte order mark
+    std::size_t first = bytes.find_first_not_of(" \t\r\n", start);
+    if (first == std::string::npos) return DumpForm::Unknown;
+    if (bytes[first] == '<') return DumpForm::PropertyList;
+    if (bytes.compare(first, 4, "+-o ") == 0) return DumpForm::Text;
+    // A dump copied from a report or a terminal may begin with a few lines
+    // of its own (the command that made it, say).
+    std::size_t tree = bytes.find("\n+-o ");
+    if (tree != std::string::npos && tree < 4096) return DumpForm::Text;
+    return DumpForm::Unknown;
 }
 
-bool ReadFileBytes(const std::string& path, std::string* bytes, std::string* fault) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        *fault = "is a directory";
-        return false;
-    }
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        *fault = std::strerror(errno);
-        return false;
-    }
-    bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    if (in.bad()) {
-        *fault = "read error";
-        return false;
-    }
-    return true;
-}
-
-std::string ClassText(CFStringRef className) {
-    char text[256];
-    if (!CFStringGetCString(className, text, sizeof(text), kCFStringEncodingUTF8)) return {};
-    return text;
-}
-
-// Turns the tree of entry dictionaries under rootDict into registry entries,
-// walking it with an explicit stack so that nesting depth cannot exhaust the
-// call stack. Each entry keeps its dictionary, less ioreg's own keys, as its
-// properties.
-bool BuildEntries(CFMutableDictionaryRef rootDict, IORegistry* registry, std::string* fault) {
-    struct Pending {
-        CFMutableDictionaryRef dict;
-        std::size_t parent;
-    };
-    // The children arrays taken out of their entries, kept alive until the
-    // walk has visited every child.
-    std::vector<CFRef<CFArrayRef>> childArrays;
-    // A dictionary met a second time would make the walk endless.
-    std::unordered_set<const void*> visited;
-    std::vector<Pending> pending{{rootDict, IORegistry::kNoParent}};
-    while (!pending.empty()) {
-        Pending next = pending.back();
-        pending.pop_back();
-        if (!visited.insert(next.dict).second) {
-            *fault = "an entry appears twice in the tree";
-            return false;
-        }
-
-        const void* className = CFDictionaryGetValue(next.dict, CFSTR("IOObjectClass"));
-        if (className == nullptr || CFGetTypeID(className) != CFStringGetTypeID()) {
-            *fault = "an entry has no \"IOObjectClass\" string";
-            return false;
-        }
-        std::string classText = ClassText(static_cast<CFStringRef>(className));
-        if (classText.empty()) {
-            *fault = "an entry has an empty or overlong \"IOObjectClass\"";
-            return false;
-        }
-        const void* children = CFDictionaryGetValue(next.dict, CFSTR("IORegistryEntryChildren"));
-        if (children != nullptr) {
-            if (CFGetTypeID(children) != CFArrayGetTypeID()) {
-                *fault = "the children of a " + classText + " entry are not an array";
-                return false;
-            }
-            childArrays.push_back(CFRef<CFArrayRef>::Retain(static_cast<CFArrayRef>(children)));
-        }
-        RemoveAnnotations(next.dict);
-
-        std::size_t index = registry->AddEntry(next.parent, std::move(classText),
-                                               CFRef<CFMutableDictionaryRef>::Retain(next.dict));
-        if (children == nullptr) continue;
-        CFArrayRef childArray = static_cast<CFArrayRef>(children);
-        for (CFIndex i = CFArrayGetCount(childArray) - 1; i >= 0; --i) {
-            const void* child = CFArrayGetValueAtIndex(childArray, i);
-            if (CFGetTypeID(child) != CFDictionaryGetTypeID()) {
-                *fault = "a child of a " + registry->entry(index).className + " entry is not a dictionary";
-                return false;
-            }
-            // The reader makes every dictionary of the tree mutable.
-            pending.push_back({static_cast<CFMutableDictionaryRef>(const_cast<void*>(child)), index});
-        }
-    }
-    return true;
+bool IsKeyedArchive(CFDictionaryRef root) {
+    return CFDictionaryGetValue(root, CFSTR("$archiver")) != nullptr &&
+           CFDictionaryGetValue(root, CFSTR("$objects")) != nullptr;
 }
 
 }  // namespace
 
-std::shared_ptr<IORegistry> IORegistryReadSnapshot(const std::string& path, IOReturn* status, std::string* fault) {
+std::shared_ptr<IORegistry> IORegistryCreateFromDump(const std::string& bytes, std::string* fault,
+                                                     IORegistryNotes* notes) {
+    std::shared_ptr<IORegistry> registry;
+    switch (FormOf(bytes)) {
+        case DumpForm::Text:
+            registry = IORegistryCreateFromText(bytes, fault, notes);
+            break;
+        case DumpForm::PropertyList: {
+            // Save files refer to their objects by UID, which only they hold.
+            bool binary = bytes.compare(0, 8, "bplist00") == 0;
+            CFRef<CFPropertyListRef> root(binary ? BinaryPropertyListCreate(bytes, fault, true)
+                                                 : XMLPropertyListCreate(bytes, fault));
+            if (!root) break;
+            if (CFGetTypeID(root.get()) != CFDictionaryGetTypeID()) {
+                *fault = "the property list's root is not a dictionary";
+                break;
+            }
+            auto dict = static_cast<CFMutableDictionaryRef>(const_cast<void*>(root.get()));
+            registry = IsKeyedArchive(dict) ? IORegistryCreateFromArchive(dict, fault)
+                                            : IORegistryCreateFromPropertyList(dict, fault);
+            break;
+        }
+        case DumpForm::Unknown:
+            *fault = bytes.empty() ? "empty file"
+                                   : "neither a property list nor the text of ioreg (which begins \"+-o Root\")";
+            break;
+    }
+    if (registry) registry->Finish(notes);
+    return registry;
+}
+
+std::shared_ptr<IORegistry> IORegistryReadSnapshot(const std::string& path, IOReturn* status, std::string* fault,
+                                                   IORegistryNotes* notes) {
     std::string bytes;
-    if (!ReadFileBytes(path, &bytes, fault)) {
-        *status = kIOReturnNotReadable;
-        return nullptr;
+    FileStamp stamp;
+    int error = 0;
+    const char* kind = "not a regular file";
+    switch (ReadRegularFile(path, kIORegistryMaxDumpSize, &bytes, &stamp, &error, &kind)) {
+        case FileReadResult::Read:
+            break;
+        case FileReadResult::Missing:
+        case FileReadResult::Failed:
+            *fault = std::strerror(error);
+            *status = kIOReturnNotReadable;
+            return nullptr;
+        case FileReadResult::NotRegular:
+            *fault = std::string("it is ") + kind;
+            *status = kIOReturnNotReadable;
+            return nullptr;
+        case FileReadResult::TooLarge:
+            *fault = "larger than the limit of " + std::to_string(kIORegistryMaxDumpSize) + " bytes";
+            *status = kIOReturnNotReadable;
+            return nullptr;
     }
-    PropertyListFormat format;
-    CFRef<CFMutableDictionaryRef> root(PropertyListCreateFromFileBytes(bytes, &format, fault));
-    auto registry = std::make_shared<IORegistry>();
-    if (!root || !BuildEntries(root.get(), registry.get(), fault)) {
-        *status = kIOReturnError;
-        return nullptr;
-    }
-    *status = kIOReturnSuccess;
+    std::shared_ptr<IORegistry> registry = IORegistryCreateFromDump(bytes, fault, notes);
+    *status = registry ? kIOReturnSuccess : kIOReturnError;
     return registry;
 }

@@ -10,29 +10,62 @@
 // Only interfaces and serial ports with a real device behind them count:
 // loopback, bridges, veth, ifb, tun and the like have no "device" link,
 // and a serial port whose "type" is 0 has no UART.
+//
+// Every attribute is read as a regular file of at most a few KB, opened
+// without blocking: a FIFO, a device or a huge file in its place cannot
+// hold the listing up. A port whose attribute cannot be read, or whose name
+// is not UTF-8 text, is left out with a note naming the file.
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/iokit/IOKitKeys.h"
 #include "platform/iokit/IORegistry.h"
+#include "platform/posix/AtomicFile.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-// An attribute file's first line without trailing white space; empty when
-// it cannot be read.
-std::string ReadAttribute(const fs::path& file) {
-    std::ifstream in(file);
-    std::string line;
-    if (!in || !std::getline(in, line)) return {};
-    while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back()))) line.pop_back();
-    return line;
+// sysfs gives every attribute file the size of a page; its text is far
+// shorter.
+constexpr std::size_t kMaxAttributeSize = 8192;
+
+// An attribute file's first line without trailing white space, in *text
+// ("" when there is no such file). False, with a note naming the file and
+// what is wrong, when the file is there but cannot be read.
+bool ReadAttribute(const fs::path& file, std::string* text, const std::string& port, IORegistryNotes* notes) {
+    text->clear();
+    FileStamp stamp;
+    int error = 0;
+    const char* kind = "not a plain file";
+    std::string problem;
+    switch (ReadRegularFile(file.string(), kMaxAttributeSize, text, &stamp, &error, &kind)) {
+        case FileReadResult::Read: {
+            text->resize(std::min(text->size(), text->find('\n')));
+            while (!text->empty() && std::isspace(static_cast<unsigned char>(text->back()))) text->pop_back();
+            return true;
+        }
+        case FileReadResult::Missing: return true;
+        case FileReadResult::Failed: problem = std::strerror(error); break;
+        case FileReadResult::NotRegular: problem = std::string("it is ") + kind; break;
+        case FileReadResult::TooLarge: problem = "larger than " + std::to_string(kMaxAttributeSize) + " bytes"; break;
+    }
+    text->clear();
+    notes->push_back("left out " + port + ": cannot read " + file.string() + ": " + problem);
+    return false;
+}
+
+// Whether a name can be a registry string; a note naming the path when not.
+bool IsUTF8Name(const std::string& name, const fs::path& path, IORegistryNotes* notes) {
+    CFRef<CFStringRef> text(CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(name.data()),
+                                                    static_cast<CFIndex>(name.size()), kCFStringEncodingUTF8, false));
+    if (!text) notes->push_back("left out " + path.string() + ": its name is not UTF-8 text");
+    return static_cast<bool>(text);
 }
 
 bool Exists(const fs::path& path) {
@@ -143,11 +176,14 @@ struct PCILayout {
 // A PCI function's device address: "0000:02:00.1" -> "0000:02:00".
 std::string DeviceAddress(const std::string& function) { return function.substr(0, function.rfind('.')); }
 
-PCILayout ReadPCILayout(const fs::path& sysDir) {
+PCILayout ReadPCILayout(const fs::path& sysDir, IORegistryNotes* notes) {
     PCILayout layout;
     fs::path slots = sysDir / "bus/pci/slots";
     for (const std::string& slot : ListNames(slots)) {
-        layout.slots.emplace(ReadAttribute(slots / slot / "address"), slot);
+        std::string address;
+        if (ReadAttribute(slots / slot / "address", &address, "PCI slot " + slot, notes)) {
+            layout.slots.emplace(address, slot);
+        }
     }
     fs::path devices = sysDir / "bus/pci/devices";
     for (const std::string& function : ListNames(devices)) {
@@ -188,15 +224,20 @@ std::size_t AddBusDevice(IORegistry* registry, const PCILayout& layout, const Bu
     return registry->AddEntry(0, BusDeviceClass(bus.bus), std::move(properties));
 }
 
-void AddNetworkInterfaces(IORegistry* registry, const fs::path& sysDir) {
-    PCILayout layout = ReadPCILayout(sysDir);
+void AddNetworkInterfaces(IORegistry* registry, const fs::path& sysDir, IORegistryNotes* notes) {
+    PCILayout layout = ReadPCILayout(sysDir, notes);
     fs::path netDir = sysDir / "class/net";
     for (const std::string& name : ListNames(netDir)) {
         fs::path interfaceDir = netDir / name;
-        if (ReadAttribute(interfaceDir / "type") != "1") continue;  // not Ethernet
+        std::string type, hardwareAddress;
+        if (!ReadAttribute(interfaceDir / "type", &type, name, notes) || type != "1") continue;  // not Ethernet
         std::error_code error;
         fs::path device = fs::canonical(interfaceDir / "device", error);
         if (error) continue;  // virtual
+        if (!IsUTF8Name(name, interfaceDir, notes) ||
+            !ReadAttribute(interfaceDir / "address", &hardwareAddress, name, notes)) {
+            continue;
+        }
         bool wireless = Exists(interfaceDir / "wireless") || Exists(interfaceDir / "phy80211");
         BusDevice bus = FindBusDevice(device);
         std::size_t busEntry = AddBusDevice(registry, layout, bus, wireless);
@@ -206,7 +247,7 @@ void AddNetworkInterfaces(IORegistry* registry, const fs::path& sysDir) {
         SetString(controller.get(), CFSTR(kIOClassKey), controllerClass);
         SetString(controller.get(), CFSTR(kIOProviderClassKey), BusDeviceClass(bus.bus));
         std::vector<UInt8> address;
-        if (ParseHardwareAddress(ReadAttribute(interfaceDir / "address"), &address)) {
+        if (ParseHardwareAddress(hardwareAddress, &address)) {
             CFRef<CFDataRef> data(CFDataCreate(nullptr, address.data(), static_cast<CFIndex>(address.size())));
             CFDictionarySetValue(controller.get(), CFSTR(kIOMACAddress), data.get());
         }
@@ -219,23 +260,28 @@ void AddNetworkInterfaces(IORegistry* registry, const fs::path& sysDir) {
     }
 }
 
-// The product string of the USB device a port belongs to; empty if none.
-std::string USBProductName(fs::path device) {
+// The product string of the USB device a port belongs to, in *product
+// ("" if none); false when it cannot be read.
+bool ReadUSBProductName(fs::path device, std::string* product, const std::string& port, IORegistryNotes* notes) {
+    product->clear();
     for (int hops = 0; hops < 4 && SubsystemOf(device) == "usb"; ++hops) {
-        if (Exists(device / "product")) return ReadAttribute(device / "product");
+        if (Exists(device / "product")) return ReadAttribute(device / "product", product, port, notes);
         device = device.parent_path();
     }
-    return {};
+    return true;
 }
 
-void AddSerialPorts(IORegistry* registry, const fs::path& sysDir) {
+void AddSerialPorts(IORegistry* registry, const fs::path& sysDir, IORegistryNotes* notes) {
     fs::path ttyDir = sysDir / "class/tty";
     for (const std::string& name : ListNames(ttyDir)) {
         std::error_code error;
         fs::path device = fs::canonical(ttyDir / name / "device", error);
         if (error) continue;  // a console, pseudo-terminal or other virtual terminal
         bool modem = name.compare(0, 6, "ttyACM") == 0;
-        if (!modem && ReadAttribute(ttyDir / name / "type") == "0") continue;  // no UART behind it
+        std::string uart, product;
+        if (!modem && (!ReadAttribute(ttyDir / name / "type", &uart, name, notes) || uart == "0")) continue;
+        if (!IsUTF8Name(name, ttyDir / name, notes)) continue;
+        if (modem && !ReadUSBProductName(device, &product, name, notes)) continue;
 
         std::size_t digits = name.size();
         while (digits > 0 && std::isdigit(static_cast<unsigned char>(name[digits - 1]))) --digits;
@@ -248,7 +294,6 @@ void AddSerialPorts(IORegistry* registry, const fs::path& sysDir) {
         CFRef<CFMutableDictionaryRef> stream = NewProperties();
         SetString(stream.get(), CFSTR(kIOClassKey), streamClass);
         SetString(stream.get(), CFSTR(kIOProviderClassKey), BusDeviceClass(bus.bus));
-        std::string product = modem ? USBProductName(device) : std::string();
         if (!product.empty()) SetString(stream.get(), CFSTR("Product Name"), product);
         std::size_t streamEntry = registry->AddEntry(busEntry, streamClass, std::move(stream));
 
@@ -265,10 +310,10 @@ void AddSerialPorts(IORegistry* registry, const fs::path& sysDir) {
 
 }  // namespace
 
-std::shared_ptr<IORegistry> IORegistryReadSysfs(const std::string& sysDir) {
+std::shared_ptr<IORegistry> IORegistryReadSysfs(const std::string& sysDir, IORegistryNotes* notes) {
     auto registry = std::make_shared<IORegistry>();
     registry->AddEntry(IORegistry::kNoParent, "IORegistryEntry", NewProperties());
-    AddNetworkInterfaces(registry.get(), sysDir);
-    AddSerialPorts(registry.get(), sysDir);
+    AddNetworkInterfaces(registry.get(), sysDir, notes);
+    AddSerialPorts(registry.get(), sysDir, notes);
     return registry;
 }

@@ -236,8 +236,8 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
     badMAC.back().second = "00:0a:95";
     noDevice.erase(noDevice.begin() + 3);
     // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service, 'S': new set, 'R':
-    // new set with an unreadable registry), its arguments. The registry's second port, a serial port without a
-    // device name, cannot become a service.
+    // new set with an unreadable registry), its arguments. The registry's second port, an Ethernet interface with
+    // no provider above its controller, cannot be named, so the new set is undone.
     const struct { std::string store; char operation; CFStringRef setID, serviceID; PortEntries port; OSStatus status; }
         rows[] = {
         {kLinkedStore, 'n', CFSTR("9"), nullptr, kEthernetPort, kSCStatusNoKey},
@@ -256,12 +256,12 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
          CFSTR("0"), nullptr, {}, kSCStatusFailed},
         {kLinkedStore, 'v', CFSTR("0"), CFSTR("9"), {}, kSCStatusNoKey},
         {kLinkedStore, 'v', CFSTR("9"), CFSTR("1"), {}, kSCStatusNoKey},  // copied, then no set to join
-        {kLinkedStore, 'S', nullptr, nullptr, {}, paramErr},
+        {kLinkedStore, 'S', nullptr, nullptr, {}, -1},
         {kLinkedStore, 'R', nullptr, nullptr, {}, kIOReturnError},
     };
     RegistrySnapshot registry;
     registry.AddInternalModem();
-    registry.AddSerialPort("IORS232SerialStream", "printer", "printer").Set("IOTTYDevice", nullptr);
+    registry.root().Add("IOEthernetInterface").String("BSD Name", "en1");
     for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
         root_.writeStore(row.store);

@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -144,7 +146,7 @@ TEST(PortArray, PortsLeftOutAndPortsThatFailTheWholeArray) {
              r.AddBuiltInEthernet("en0");
              AddUSBAdaptor(r, "en1", {2, 0, 0, 0, 0, 1}).Set("BSD Name", nullptr);
          },
-         -1, {}},
+         noErr, {"en0 00:0a:95:9d:68:16"}},
         {"unnamed provider", [](auto& r) { r.AddPCIEthernet("en1", ""); r.root().LastChild().Set("name", nullptr); },
          -1, {}},
         {"under the root", [](auto& r) { r.root().Add("IOEthernetInterface").String("BSD Name", "en1"); }, -1, {}},
@@ -263,6 +265,94 @@ TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {
                      "8 Wireless Network Adaptor wlp5s0 5c:e0:c5:00:00:08",
                      "9 Ethernet Adaptor (usb0) usb0"}),
               listing.Column({"SortOrder", "UserDefinedName", "DeviceName", "MACAddress"}));
+}
+
+// sysfs files that cannot be read (a FIFO, a device, a huge file where an
+// attribute should be) and names that are not text cost their one port and
+// a line naming the file, never the listing.
+TEST(PortArray, UnreadableSysfsFilesLeaveOutTheirPortInOneLine) {
+    TempRoot root;
+    FakeSysfs sys(root);
+    std::filesystem::path devices = root.path() / "sys/devices";
+    auto replace = [](const std::filesystem::path& file, const std::function<void(const char*)>& make) {
+        std::filesystem::remove(file);
+        make(file.c_str());
+    };
+    auto fifo = [](const char* path) { ::mkfifo(path, 0644); };
+    const std::string usb = "pci0000:00/0000:00:14.0/usb1/1-1";
+    sys.Device("pci0000:00/0000:00:19.0", "pci");
+    sys.NetInterface("eno1", "pci0000:00/0000:00:19.0", "00:1b:21:3a:4f:02");
+    sys.Device("pci0000:00/0000:00:1a.0", "pci");
+    sys.NetInterface("eth1", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:03");
+    replace(devices / "pci0000:00/0000:00:1a.0/net/eth1/type", fifo);
+    sys.NetInterface("eth2", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:04");
+    replace(devices / "pci0000:00/0000:00:1a.0/net/eth2/address",
+            [](const char* path) { std::filesystem::create_symlink("/dev/zero", path); });
+    sys.NetInterface("eth3", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:05");
+    std::filesystem::resize_file(devices / "pci0000:00/0000:00:1a.0/net/eth3/address", 1 << 20);
+    sys.NetInterface("eth\xff", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:06");
+    sys.PCISlot("7", "0000:00:19");
+    replace(root.path() / "sys/bus/pci/slots/7/address", fifo);
+    sys.Device(usb, "usb");
+    sys.Attribute(usb, "product", "Modem");
+    replace(devices / usb / "product", fifo);
+    sys.Device(usb + "/1-1:1.0", "usb");
+    sys.Tty("ttyACM0", usb + "/1-1:1.0");
+    sys.Device("pnp0/00:00", "pnp");
+    sys.Tty("ttyS0", "pnp0/00:00", "4");
+    replace(devices / "pnp0/00:00/tty/ttyS0/type", fifo);
+
+    gHavePrinted = true;  // the advice to install a callback is no line of this test
+    Listing listing = ListPorts();
+    ASSERT_EQ(noErr, listing.err) << listing.errors;
+    EXPECT_EQ((Texts{"6 PCI Ethernet Slot unknown eno1"}), listing.Column({"SortOrder", "UserDefinedName", "DeviceName"}));
+    const std::string sysfs = "IOKit: sysfs: left out ";
+    for (const std::string& line :
+         {sysfs + "PCI slot 7: cannot read " + (root.path() / "sys/bus/pci/slots/7/address").string() + ": it is a FIFO",
+          sysfs + "eth1: cannot read " + (root.path() / "sys/class/net/eth1/type").string() + ": it is a FIFO",
+          sysfs + "eth2: cannot read " + (root.path() / "sys/class/net/eth2/address").string() + ": it is a device",
+          sysfs + "eth3: cannot read " + (root.path() / "sys/class/net/eth3/address").string() + ": larger than 8192 bytes",
+          sysfs + (root.path() / "sys/class/net/eth\xff").string() + ": its name is not UTF-8 text",
+          sysfs + "ttyACM0: cannot read " + (devices / usb / "product").string() + ": it is a FIFO",
+          sysfs + "ttyS0: cannot read " + (root.path() / "sys/class/tty/ttyS0/type").string() + ": it is a FIFO"}) {
+        EXPECT_NE(std::string::npos, listing.errors.find(line + "\n")) << line << "\n" << listing.errors;
+    }
+    EXPECT_EQ(7, std::count(listing.errors.begin(), listing.errors.end(), '\n')) << listing.errors;
+}
+
+// Real Macs, each in its two forms, as the naming rules have them. Without
+// a callback, a Mac with Thunderbolt cannot list: its bridges' controllers
+// sit on a provider without a "name".
+TEST(PortArray, RealMacsGiveTheirPortsInEveryForm) {
+    const Texts powerMac = {"0 Internal Modem Modem PPP PPPSerial modem",
+                            "5 Built-in Ethernet Ethernet Ethernet en0 00:0a:95:6b:3d:ba",
+                            "6 PCI Ethernet Slot B Ethernet Ethernet en1 00:11:24:9a:1c:f0"};
+    const Texts macPro = {"2 bluetooth-modem-port Modem PPP PPPSerial Bluetooth-Modem",
+                          "4 bluetooth-pda-sync-port Modem PPP PPPSerial Bluetooth-PDA-Sync",
+                          "5 Built-in Ethernet Ethernet Ethernet en0 3c:07:54:7d:44:a2",
+                          "6 PCI Ethernet Slot AirPort, Port 2 Ethernet Ethernet en2 28:37:37:0a:8b:e7",
+                          "6 PCI Ethernet Slot unknown, Port 2 Ethernet Ethernet en1 3c:07:54:7d:57:31"};
+    const struct {
+        const char* file;
+        OSStatus err;
+        Texts ports;
+    } machines[] = {
+        {"PowerMac6,1-ioreg-l.txt", noErr, powerMac}, {"PowerMac6,1-ioreg-a.plist", noErr, powerMac},
+        {"MacPro5,1-ioreg-lw0.txt", noErr, macPro},   {"MacPro5,1-ioreg-a.plist", noErr, macPro},
+        {"iMac14,2.ioreg", -1, {}},                   {"iMac14,2-ioreg-a.plist", -1, {}},
+    };
+    MoreSCFSetPortNameCallback(nullptr);
+    for (const auto& machine : machines) {
+        TempRoot root;
+        std::string path = std::string(TARNWICK_REGISTRIES_DIR) + "/" + machine.file;
+        ::setenv("TARNWICK_IOREG", path.c_str(), 1);
+        Listing listing = ListPorts();
+        ::unsetenv("TARNWICK_IOREG");
+        EXPECT_EQ(machine.err, listing.err) << machine.file;
+        EXPECT_EQ(machine.ports, listing.Column({"SortOrder", "UserDefinedName", "Hardware", "Type", "SubType",
+                                                 "DeviceName", "MACAddress", "HardwareVariant"}))
+            << machine.file;
+    }
 }
 
 // On the machine running the tests, only this is certain: every Ethernet
