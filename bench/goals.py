@@ -8,7 +8,9 @@ BUILD_DIR (default build) must hold bin/Tarnwick and bin/make_large_store
 built. Every program is run RUNS times (default 5), the runs interleaved so
 that a busy machine slows all of them alike; each figure is the best run.
 Times are wall-clock and include starting the process; peak memory is the
-largest resident set of the process.
+largest resident set of the process. Prints the figures and the five goals
+of the tool's speed as Markdown tables, with the machine's load average
+(figures from a busy machine are slower, and their ratios move).
 """
 import os
 import shutil
@@ -34,6 +36,14 @@ def run(argv, root=None):
     if status != 0:
         sys.exit("goals.py: %s failed" % " ".join(argv))
     return elapsed, usage.ru_maxrss, out
+
+
+def load():
+    try:
+        with open("/proc/loadavg") as f:
+            return " ".join(f.read().split()[:3])
+    except OSError:
+        return "unknown"
 
 
 def fresh(template, work):
@@ -79,25 +89,33 @@ def main():
                 note("p3", run([tool, "-p"], real))
 
         e10k, python, e1k, p3 = best["e10k"], best["python"], best["e1k"], best["p3"]
-        print("store of 10,000 services: %.1f MB of XML" % (size / 1e6))
-        print("%-44s %9.0f ms  %6.1f MiB" % ("Tarnwick -e, 10,000 services", e10k[0] * 1000, e10k[1] / 1024))
-        print("%-44s %9.0f ms  %6.1f MiB" % ("Python plistlib, the same job", python[0] * 1000, python[1] / 1024))
+        print("store of 10,000 services: %.1f MB of XML; load average %s" % (size / 1e6, load()))
+        print()
+        print("| measure | figure |")
+        print("|---|---|")
+        print("| `Tarnwick -e`, 10,000 services | %.0f ms, %.1f MiB |" % (e10k[0] * 1000, e10k[1] / 1024))
+        print("| the same job in Python plistlib | %.0f ms |" % (python[0] * 1000))
         if "libplist" in best:
-            print("%-44s %9.0f ms" % ("libplist parse + write, in process", best["libplist"][0] * 1000))
-        print("%-44s %9.0f ms" % ("Tarnwick -e, 1,000 services", e1k[0] * 1000))
-        print("%-44s %9.1f ms" % ("Tarnwick -p, real 3-service store", p3[0] * 1000))
+            print("| one libplist parse + write, in process | %.0f ms |" % (best["libplist"][0] * 1000))
+        print("| `Tarnwick -e`, 1,000 services | %.1f ms |" % (e1k[0] * 1000))
+        print("| `Tarnwick -p`, real store | %.1f ms |" % (p3[0] * 1000))
         print()
         goals = [
-            ("-e at least 5x as fast as Python", python[0] / e10k[0], ">=", 5),
-            ("-e peak memory / file size", e10k[1] * 1024 / size, "<=", 4),
-            ("-e 10,000 / -e 1,000", e10k[0] / e1k[0], "<=", 11),
-            ("-p on a real store, ms", p3[0] * 1000, "<=", 3),
+            ("`-e` speed against Python plistlib", python[0] / e10k[0], ">=", 8, "times as fast"),
+            ("peak memory of `-e` against the file", e10k[1] * 1024 / size, "<=", 3, "times"),
+            ("t(10,000) / t(1,000)", e10k[0] / e1k[0], "<=", 10.5, ""),
+            ("`-p` on a real store", p3[0] * 1000, "<=", 2, "ms"),
         ]
         if "libplist" in best:
-            goals.insert(1, ("-e / libplist parse + write", e10k[0] / best["libplist"][0], "<=", 1.5))
-        for name, value, relation, limit in goals:
+            goals.insert(1, ("`-e` against one libplist parse + write", e10k[0] / best["libplist"][0], "<=", 1.0,
+                             "times as long"))
+        print("| goal | measured | limit | held |")
+        print("|---|---|---|---|")
+        for name, value, relation, limit, unit in goals:
             held = value >= limit if relation == ">=" else value <= limit
-            print("%-44s %9.2f  (goal %s %g: %s)" % (name, value, relation, limit, "met" if held else "NOT met"))
+            print("| %s | %.2f %s | %s %g | %s |" % (name, value, unit, relation, limit, "yes" if held else "NO"))
+        if "libplist" not in best:
+            print("(libplist_peer not built: install libplist-dev and configure again for the libplist goal)")
     finally:
         shutil.rmtree(work, ignore_errors=True)
 

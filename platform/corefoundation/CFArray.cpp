@@ -16,10 +16,23 @@ void ReleaseObject(CFAllocatorRef, const void* value) { CFRelease(value); }
 
 const CFArrayCallBacks kCFTypeArrayCallBacks = {0, RetainObject, ReleaseObject, CFCopyDescription, CFEqual};
 
+namespace {
+
+// The shared copy of an array's callbacks; the standard ones, a constant,
+// are found once rather than searched for at every array made.
+const CFArrayCallBacks* SharedCallBacks(const CFArrayCallBacks* callBacks) {
+    if (callBacks == &kCFTypeArrayCallBacks) {
+        static const CFArrayCallBacks* standard = cfrt::InternCallBacks(callBacks);
+        return standard;
+    }
+    return cfrt::InternCallBacks(callBacks);
+}
+
+}  // namespace
+
 struct __CFArray : __CFRuntimeBase {
     __CFArray(const CFArrayCallBacks* callBacks, bool isMutable)
-        : __CFRuntimeBase(cfrt::kArrayTypeID), callBacks_(cfrt::InternCallBacks(callBacks)),
-          mutable_(isMutable) {}
+        : __CFRuntimeBase(cfrt::kArrayTypeID), mutable_(isMutable), callBacks_(SharedCallBacks(callBacks)) {}
     ~__CFArray() override {
         for (const void* value : values_) releaseValue(value);
     }
@@ -49,8 +62,8 @@ struct __CFArray : __CFRuntimeBase {
         return a == b || (callBacks_->equal != nil && callBacks_->equal(a, b));
     }
 
+    bool mutable_;  // first, in the room the base object leaves at its end
     const CFArrayCallBacks* callBacks_;
-    bool mutable_;
     std::vector<const void*> values_;
 };
 

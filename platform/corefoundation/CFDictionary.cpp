@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,29 @@ const CFDictionaryKeyCallBacks kCFCopyStringDictionaryKeyCallBacks = {
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {0, RetainObject, ReleaseObject,
                                                                     CFCopyDescription, CFEqual};
 
+namespace {
+
+// The shared copy of a dictionary's callbacks. The standard ones, which
+// nearly every dictionary has, are constants: found once, not searched for
+// at every dictionary made.
+const CFDictionaryKeyCallBacks* SharedKeyCallBacks(const CFDictionaryKeyCallBacks* callBacks) {
+    if (callBacks == &kCFTypeDictionaryKeyCallBacks) {
+        static const CFDictionaryKeyCallBacks* standard = cfrt::InternCallBacks(callBacks);
+        return standard;
+    }
+    return cfrt::InternCallBacks(callBacks);
+}
+
+const CFDictionaryValueCallBacks* SharedValueCallBacks(const CFDictionaryValueCallBacks* callBacks) {
+    if (callBacks == &kCFTypeDictionaryValueCallBacks) {
+        static const CFDictionaryValueCallBacks* standard = cfrt::InternCallBacks(callBacks);
+        return standard;
+    }
+    return cfrt::InternCallBacks(callBacks);
+}
+
+}  // namespace
+
 struct __CFDictionary : __CFRuntimeBase {
     struct Entry {
         const void* key;
@@ -49,9 +73,9 @@ struct __CFDictionary : __CFRuntimeBase {
     __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks, const CFDictionaryValueCallBacks* valueCallBacks,
                    bool isMutable)
         : __CFRuntimeBase(cfrt::kDictionaryTypeID),
-          keyCallBacks_(cfrt::InternCallBacks(keyCallBacks)),
-          valueCallBacks_(cfrt::InternCallBacks(valueCallBacks)),
-          mutable_(isMutable) {}
+          mutable_(isMutable),
+          keyCallBacks_(SharedKeyCallBacks(keyCallBacks)),
+          valueCallBacks_(SharedValueCallBacks(valueCallBacks)) {}
 
     ~__CFDictionary() override {
         for (const Entry& entry : entries_) {
@@ -97,9 +121,15 @@ struct __CFDictionary : __CFRuntimeBase {
 
     void reserve(std::size_t count) { entries_.reserve(count); }
 
-    void add(const void* key, const void* value) {
-        const void* ownKey = keyCallBacks_->retain != nil ? keyCallBacks_->retain(kCFAllocatorDefault, key) : key;
-        const void* ownValue = retainValue(value);
+    // Adds an entry for a key that is not there; adopt takes over the
+    // caller's claims on key and value instead of retaining them.
+    void add(const void* key, const void* value, bool adopt = false) {
+        const void* ownKey = key;
+        const void* ownValue = value;
+        if (!adopt) {
+            if (keyCallBacks_->retain != nil) ownKey = keyCallBacks_->retain(kCFAllocatorDefault, key);
+            ownValue = retainValue(value);
+        }
         entries_.push_back(Entry{ownKey, ownValue});
         if (!index_.empty()) {
             if (2 * entries_.size() > index_.size()) rebuildIndex();
@@ -224,12 +254,32 @@ struct __CFDictionary : __CFRuntimeBase {
         return a == b || (valueCallBacks_->equal != nil && valueCallBacks_->equal(a, b));
     }
 
+    // The hash index, held apart: most dictionaries never have one, and a
+    // store holds tens of thousands of them.
+    class HashIndex {
+    public:
+        bool empty() const { return !slots_; }
+        std::size_t size() const { return slots_->size(); }
+        UInt32& operator[](std::size_t i) { return (*slots_)[i]; }
+        UInt32 operator[](std::size_t i) const { return (*slots_)[i]; }
+        void assign(std::size_t count, UInt32 value) {
+            if (!slots_) slots_ = std::make_unique<std::vector<UInt32>>();
+            slots_->assign(count, value);
+        }
+        void clear() { slots_.reset(); }
+
+    private:
+        std::unique_ptr<std::vector<UInt32>> slots_;
+    };
+
+    // The two small fields first, so that they fit in the room the base
+    // object leaves at its end.
+    bool mutable_;
+    UInt32 removed_ = 0;
     const CFDictionaryKeyCallBacks* keyCallBacks_;
     const CFDictionaryValueCallBacks* valueCallBacks_;
-    bool mutable_;
-    std::size_t removed_ = 0;
     std::vector<Entry> entries_;
-    std::vector<UInt32> index_;  // empty while the dictionary is small
+    HashIndex index_;  // empty while the dictionary is small
 };
 
 const char __CFDictionary::kRemoved = 0;
@@ -283,13 +333,33 @@ void DictionaryAddNewKey(CFMutableDictionaryRef theDict, const void* key, const 
     dict.add(key, value);
 }
 
+bool DictionaryComparesKeysByValue(CFDictionaryRef theDict) {
+    return Checked(theDict, "CFDictionaryGetCount").keyCallBacks_->equal == CFEqual;
+}
+
+void DictionaryAdoptNewKey(CFMutableDictionaryRef theDict, const void* key, const void* value) {
+    __CFDictionary& dict = CheckedMutable(theDict, "CFDictionaryAddValue");
+    if (dict.keyCallBacks_->retain != RetainObject || dict.valueCallBacks_->retain != RetainObject)
+        cfrt::Fatal("CFDictionary: an entry adopted by a dictionary that does not retain its entries");
+    dict.add(key, value, true);
+}
+
 const void* DictionaryGetValueForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length,
                                       bool* searched) {
+    const void* key = nil;
+    return DictionaryGetEntryForText(theDict, text, length, searched, &key);
+}
+
+const void* DictionaryGetEntryForText(CFDictionaryRef theDict, const UInt8* text, std::size_t length, bool* searched,
+                                      const void** key) {
     const __CFDictionary& dict = Checked(theDict, "CFDictionaryGetValue");
     *searched = dict.keyCallBacks_->equal == CFEqual && dict.keyCallBacks_->hash == CFHash;
+    *key = nil;
     if (!*searched) return nil;
     const __CFDictionary::Entry* entry = dict.findText(text, length);
-    return entry != nil ? entry->value : nil;
+    if (entry == nil) return nil;
+    *key = entry->key;
+    return entry->value;
 }
 
 }  // namespace cfrt

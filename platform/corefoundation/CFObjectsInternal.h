@@ -59,12 +59,24 @@ void AppendDictionaryDescription(std::string& out, CFDictionaryRef dict, int dep
 // first: the caller knows it is not there (a reader whose keys are unique
 // by identity, say). Retains both through the dictionary's callbacks.
 void DictionaryAddNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
+// The same, taking over the caller's claims on key and value rather than
+// retaining them (for a dictionary with the standard callbacks, which
+// release them in the end).
+void DictionaryAdoptNewKey(CFMutableDictionaryRef dict, const void* key, const void* value);
+
+// Whether the dictionary tells its keys apart by value (CFEqual), as the
+// standard callbacks do, so that its keys are all unequal.
+bool DictionaryComparesKeysByValue(CFDictionaryRef dict);
 
 // The value for a key given as one-byte text (Latin-1 code units), in a
 // dictionary with the standard key callbacks, without making a string for
 // the key. *searched is false when the dictionary has other callbacks, and
 // then the caller must look the key up as a string.
 const void* DictionaryGetValueForText(CFDictionaryRef dict, const UInt8* text, std::size_t length, bool* searched);
+// The same, also handing out the dictionary's own key object for the text
+// (borrowed, as the value is) when there is one.
+const void* DictionaryGetEntryForText(CFDictionaryRef dict, const UInt8* text, std::size_t length, bool* searched,
+                                      const void** key);
 
 // One shared copy of each distinct set of container callbacks (nil stands
 // for all-empty ones), so that a container holds a pointer rather than its

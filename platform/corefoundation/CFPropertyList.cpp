@@ -29,17 +29,29 @@ CFTypeRef CopyArray(CFArrayRef source, CopyOptions options) {
 
 CFTypeRef CopyDictionary(CFDictionaryRef source, CopyOptions options) {
     CFIndex count = CFDictionaryGetCount(source);
-    std::vector<const void*> keys(static_cast<std::size_t>(count));
-    std::vector<const void*> values(static_cast<std::size_t>(count));
-    CFDictionaryGetKeysAndValues(source, keys.data(), values.data());
+    // The few entries of most dictionaries are gathered on the stack.
+    const std::size_t kOnStack = 16;
+    const void* keysOnStack[2 * kOnStack];
+    std::vector<const void*> onHeap;
+    const void** keys = keysOnStack;
+    if (static_cast<std::size_t>(count) > kOnStack) {
+        onHeap.resize(2 * static_cast<std::size_t>(count));
+        keys = onHeap.data();
+    }
+    const void** values = keys + count;
+    CFDictionaryGetKeysAndValues(source, keys, values);
     CFRef<CFMutableDictionaryRef> copy(CFDictionaryCreateMutable(kCFAllocatorDefault, count, &kCFTypeDictionaryKeyCallBacks,
                                                                  &kCFTypeDictionaryValueCallBacks));
+    // Keys that differ by value in the source differ in the copy too, and
+    // need no search as they are added.
+    bool distinct = cfrt::DictionaryComparesKeysByValue(source);
     const CopyOptions keyOptions{false, false};
-    for (std::size_t i = 0; i < keys.size(); ++i) {
+    for (CFIndex i = 0; i < count; ++i) {
         CFRef<CFTypeRef> key(DeepCopy(keys[i], keyOptions));
         CFRef<CFTypeRef> value(DeepCopy(values[i], options));
         if (!key || !value) return nil;
-        CFDictionarySetValue(copy.get(), key.get(), value.get());
+        if (distinct) cfrt::DictionaryAddNewKey(copy.get(), key.get(), value.get());
+        else CFDictionarySetValue(copy.get(), key.get(), value.get());
     }
     if (options.mutableContainers) return copy.release();
     return CFDictionaryCreateCopy(kCFAllocatorDefault, copy.get());

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -344,28 +345,39 @@ CFStringRef JoinStrings(const __CFString::View& format, va_list arguments) {
         if (i + 1 == format.length || text[i + 1] != '@') return nil;
         ++i;
     }
-    std::string out;
-    out.reserve(format.length + 64);
+    // Joined on the stack when it fits, as paths do.
+    UInt8 onStack[256];
+    std::string onHeap;
+    UInt8* out = onStack;
+    std::size_t capacity = sizeof onStack, length = 0;
+    auto append = [&](const UInt8* bytes, std::size_t count) {
+        if (length + count > capacity) {
+            onHeap.resize(std::max(2 * capacity, length + count));
+            if (out == onStack) std::memcpy(onHeap.data(), onStack, length);
+            out = reinterpret_cast<UInt8*>(onHeap.data());
+            capacity = onHeap.size();
+        }
+        std::memcpy(out + length, bytes, count);
+        length += count;
+    };
     va_list ap;
     va_copy(ap, arguments);
-    CFStringRef joined = nil;
     bool plain = true;
-    for (std::size_t i = 0; plain && i < format.length; ++i) {
-        if (text[i] != '%') {
-            out += static_cast<char>(text[i]);
-            continue;
-        }
-        ++i;
+    for (std::size_t i = 0; plain && i < format.length;) {
+        std::size_t literal = i;
+        while (i < format.length && text[i] != '%') ++i;
+        append(text + literal, i - literal);
+        if (i == format.length) break;
+        i += 2;
         const void* value = va_arg(ap, const void*);
         plain = value != nil && CFGetTypeID(value) == CFStringGetTypeID();
         if (!plain) break;
         __CFString::View piece = static_cast<CFStringRef>(value)->view();
         plain = !piece.wide;
-        if (plain) out.append(reinterpret_cast<const char*>(piece.narrow()), piece.length);
+        if (plain) append(piece.narrow(), piece.length);
     }
     va_end(ap);
-    if (plain) joined = MakeNarrow(reinterpret_cast<const UInt8*>(out.data()), out.size());
-    return joined;
+    return plain ? MakeNarrow(out, length) : nil;
 }
 
 }  // namespace

@@ -156,6 +156,7 @@ private:
     struct Frame {
         Element kind;
         std::size_t firstItem;  // where this container's children start in items_
+        std::size_t keysNotInterned = 0;  // keysNotInterned_ when it opened
     };
 
     static void XMLCALL OnStart(void* self, const XML_Char* name, const XML_Char**) {
@@ -200,7 +201,7 @@ private:
             if (frames_.size() > static_cast<std::size_t>(kPropertyListMaxDepth)) {
                 return fail("containers nested deeper than " + std::to_string(kPropertyListMaxDepth) + " levels");
             }
-            frames_.push_back(Frame{kind, items_.size()});
+            frames_.push_back(Frame{kind, items_.size(), keysNotInterned_});
             return;
         }
         inLeaf_ = true;
@@ -233,8 +234,10 @@ private:
             CFMutableDictionaryRef dict = CFDictionaryCreateMutable(
                 kCFAllocatorDefault, static_cast<CFIndex>(count / 2), &kCFTypeDictionaryKeyCallBacks,
                 &kCFTypeDictionaryValueCallBacks);
-            if (keysDistinct(children, count)) {
-                for (std::size_t i = 0; i < count; i += 2) cfrt::DictionaryAddNewKey(dict, children[i], children[i + 1]);
+            if (keysDistinct(children, count, keysNotInterned_ == frame.keysNotInterned)) {
+                // The dictionary takes over the claims on its children.
+                for (std::size_t i = 0; i < count; i += 2) cfrt::DictionaryAdoptNewKey(dict, children[i], children[i + 1]);
+                count = 0;
             } else {
                 // A key given twice keeps its first place and its last value.
                 for (std::size_t i = 0; i < count; i += 2) CFDictionarySetValue(dict, children[i], children[i + 1]);
@@ -246,24 +249,19 @@ private:
             for (std::size_t i = 0; i < count; ++i) CFArrayAppendValue(array, children[i]);
             container = array;
         }
+        // The claims that the container did not take over.
         for (std::size_t i = 0; i < count; ++i) CFRelease(children[i]);
         items_.resize(frame.firstItem);
         items_.push_back(container);
     }
 
     // Whether the keys among children (every other item) are known to
-    // differ: all interned, so that equal texts would be one object, and
-    // no object twice.
-    bool keysDistinct(const void** children, std::size_t count) {
+    // differ: all interned (allInterned), so that equal texts would be one
+    // object, and no object twice.
+    bool keysDistinct(const void** children, std::size_t count, bool allInterned) {
+        if (!allInterned) return false;
         keys_.clear();
-        for (std::size_t i = 0; i < count; i += 2) {
-            __CFString::View key = static_cast<CFStringRef>(children[i])->view();
-            if (key.wide || key.length > kInternedLength) return false;
-            for (std::size_t k = 0; k < key.length; ++k) {
-                if (key.narrow()[k] >= 0x80) return false;
-            }
-            keys_.push_back(children[i]);
-        }
+        for (std::size_t i = 0; i < count; i += 2) keys_.push_back(children[i]);
         if (keys_.size() <= 16) {
             for (std::size_t i = 1; i < keys_.size(); ++i) {
                 for (std::size_t k = 0; k < i; ++k) {
@@ -291,8 +289,10 @@ private:
         switch (leaf_) {
             case Element::Key:
             case Element::String: {
-                CFStringRef string = makeString(text_);
+                bool interned = false;
+                CFStringRef string = makeString(text_, &interned);
                 if (string == nil) fail("malformed property list: a string is not valid UTF-8");
+                if (leaf_ == Element::Key && !interned) ++keysNotInterned_;
                 return string;
             }
             case Element::Integer: return makeInteger(Trimmed(text_));
@@ -326,24 +326,43 @@ private:
     // of the strings made so far.
     static constexpr std::size_t kInternedLength = 64;
 
-    CFStringRef makeString(const std::string& text) {
-        bool ascii = text.size() <= kInternedLength;
-        std::uint64_t hash = 1469598103934665603ULL;
-        for (std::size_t i = 0; ascii && i < text.size(); ++i) {
-            unsigned char c = static_cast<unsigned char>(text[i]);
-            ascii = c < 0x80;
-            hash = (hash ^ c) * 1099511628211ULL;
+    // The hash of a text of at most kInternedLength bytes, eight at a time;
+    // *ascii tells whether all its bytes are ASCII.
+    static std::uint64_t InternHash(const UInt8* text, std::size_t length, bool* ascii) {
+        std::uint64_t hash = 0x9E3779B97F4A7C15ULL ^ length, bits = 0;
+        std::size_t at = 0;
+        auto mix = [&](std::uint64_t word) {
+            bits |= word;
+            hash = (((hash << 29) | (hash >> 35)) ^ word) * 0xBF58476D1CE4E5B9ULL;
+        };
+        for (; at + 8 <= length; at += 8) {
+            std::uint64_t word;
+            std::memcpy(&word, text + at, 8);
+            mix(word);
         }
-        if (!ascii) return cfstring::MakeFromUTF8(reinterpret_cast<const UInt8*>(text.data()), text.size());
+        std::uint64_t tail = 0;
+        if (length > at) std::memcpy(&tail, text + at, length - at);
+        mix(tail);
+        *ascii = (bits & 0x8080808080808080ULL) == 0;
+        return cfrt::MixHash(hash);
+    }
+
+    // *interned tells whether the string is the shared one for its text.
+    CFStringRef makeString(const std::string& text, bool* interned) {
+        const UInt8* bytes = reinterpret_cast<const UInt8*>(text.data());
+        bool ascii = false;
+        std::uint64_t hash = text.size() <= kInternedLength ? InternHash(bytes, text.size(), &ascii) : 0;
+        *interned = ascii;
+        if (!ascii) return cfstring::MakeFromUTF8(bytes, text.size());
         if (2 * (internedCount_ + 1) > interned_.size()) growInterned();
         std::size_t mask = interned_.size() - 1;
-        std::size_t slot = static_cast<std::size_t>(cfrt::MixHash(hash)) & mask;
+        std::size_t slot = static_cast<std::size_t>(hash) & mask;
         for (; interned_[slot] != nil; slot = (slot + 1) & mask) {
             __CFString::View known = interned_[slot]->view();
             if (known.length == text.size() && std::memcmp(known.data, text.data(), text.size()) == 0)
                 return static_cast<CFStringRef>(CFRetain(interned_[slot]));
         }
-        __CFString* string = cfstring::MakeNarrow(reinterpret_cast<const UInt8*>(text.data()), text.size());
+        __CFString* string = cfstring::MakeNarrow(bytes, text.size());
         interned_[slot] = static_cast<CFStringRef>(CFRetain(string));
         ++internedCount_;
         return string;
@@ -356,9 +375,8 @@ private:
         for (CFStringRef string : old) {
             if (string == nil) continue;
             __CFString::View view = string->view();
-            std::uint64_t hash = 1469598103934665603ULL;
-            for (std::size_t i = 0; i < view.length; ++i) hash = (hash ^ view.narrow()[i]) * 1099511628211ULL;
-            std::size_t slot = static_cast<std::size_t>(cfrt::MixHash(hash)) & mask;
+            bool ascii = false;
+            std::size_t slot = static_cast<std::size_t>(InternHash(view.narrow(), view.length, &ascii)) & mask;
             while (interned_[slot] != nil) slot = (slot + 1) & mask;
             interned_[slot] = string;
         }
@@ -403,6 +421,7 @@ private:
     std::vector<Frame> frames_;
     std::vector<const void*> items_;  // owned claims on the open containers' children
     std::vector<const void*> keys_;   // scratch for keysDistinct
+    std::size_t keysNotInterned_ = 0;  // keys read so far that are not shared strings
     bool sawPlist_ = false;
     bool inLeaf_ = false;
     Element leaf_ = Element::Unknown;
@@ -427,15 +446,74 @@ const char kHeader[] =
 const int kDataIndentLimit = 8;
 const int kDataLineWidth = 76;
 
+// The text an encode produces, written straight into the caller's string:
+// it grows in steps of at most a megabyte within the room the string
+// already has (so pages far past the text are not touched), and at least
+// doubles past it.
+class Output {
+public:
+    explicit Output(std::string& text) : text_(text) {
+        text_.clear();
+        cur_ = end_ = text_.data();
+    }
+    void put(const char* data, std::size_t length) {
+        room(length);
+        std::memcpy(cur_, data, length);
+        cur_ += length;
+    }
+    template <std::size_t N>
+    void put(const char (&literal)[N]) {
+        put(literal, N - 1);
+    }
+    void put(char c) {
+        room(1);
+        *cur_++ = c;
+    }
+    void repeat(char c, std::size_t count) {
+        room(count);
+        std::memset(cur_, c, count);
+        cur_ += count;
+    }
+    // Ends the text where it was written to.
+    void finish() { text_.resize(static_cast<std::size_t>(cur_ - text_.data())); }
+
+private:
+    void room(std::size_t length) {
+        if (static_cast<std::size_t>(end_ - cur_) >= length) [[likely]] return;
+        std::size_t used = static_cast<std::size_t>(cur_ - text_.data());
+        std::size_t step = std::clamp<std::size_t>(used, 4096, std::size_t(1) << 20);
+        std::size_t need = used + length;
+        std::size_t room = text_.capacity();
+        text_.resize(need <= room ? std::min(room, need + step) : std::max(need + step, 2 * room));
+        cur_ = text_.data() + used;
+        end_ = text_.data() + text_.size();
+    }
+
+    std::string& text_;
+    char* cur_;
+    char* end_;
+};
+
+// Which bytes of one-byte text go out as they are: printable ASCII but the
+// three that XML escapes.
+struct PlainBytes {
+    bool plain[256] = {};
+    constexpr PlainBytes() {
+        for (int c = 0x20; c < 0x80; ++c) plain[c] = c != '&' && c != '<' && c != '>';
+    }
+};
+constexpr PlainBytes kPlainBytes;
+
 class Writer {
 public:
     Writer(std::string* out, std::string* fault) : out_(*out), fault_(*fault) {}
 
     bool write(CFPropertyListRef root) {
-        out_.assign(kHeader);
-        if (!value(root, 0)) return false;
-        out_ += "</plist>\n";
-        return true;
+        out_.put(kHeader, sizeof kHeader - 1);
+        bool ok = value(root, 0);
+        if (ok) out_.put("</plist>\n");
+        out_.finish();
+        return ok;
     }
 
 private:
@@ -444,7 +522,7 @@ private:
         return false;
     }
 
-    void indent(int depth) { out_.append(static_cast<std::size_t>(depth), '\t'); }
+    void indent(int depth) { out_.repeat('\t', static_cast<std::size_t>(depth)); }
 
     bool value(CFTypeRef node, int depth) {
         if (node == nil) return fail("a value is missing");
@@ -454,9 +532,9 @@ private:
             return fail("containers nested deeper than " + std::to_string(kPropertyListMaxDepth) + " levels");
         indent(depth);
         if (type == CFStringGetTypeID()) {
-            out_ += "<string>";
+            out_.put("<string>");
             if (!text(static_cast<CFStringRef>(node))) return false;
-            out_ += "</string>\n";
+            out_.put("</string>\n");
             return true;
         }
         if (type == CFDictionaryGetTypeID()) return dictionary(static_cast<CFDictionaryRef>(node), depth);
@@ -466,7 +544,8 @@ private:
             return true;
         }
         if (type == CFBooleanGetTypeID()) {
-            out_ += CFBooleanGetValue(static_cast<CFBooleanRef>(node)) ? "<true/>\n" : "<false/>\n";
+            if (CFBooleanGetValue(static_cast<CFBooleanRef>(node))) out_.put("<true/>\n");
+            else out_.put("<false/>\n");
             return true;
         }
         if (type == CFDataGetTypeID()) {
@@ -479,7 +558,7 @@ private:
     bool dictionary(CFDictionaryRef dict, int depth) {
         CFIndex count = CFDictionaryGetCount(dict);
         if (count == 0) {
-            out_ += "<dict/>\n";
+            out_.put("<dict/>\n");
             return true;
         }
         // Each depth has its own scratch lists, reused from one dictionary
@@ -498,33 +577,43 @@ private:
             if (CFGetTypeID(keys[i]) != CFStringGetTypeID()) return fail("a dictionary key is not a string");
             order.emplace_back(static_cast<CFStringRef>(keys[i])->view(), i);
         }
-        std::sort(order.begin(), order.end(),
-                  [](const auto& a, const auto& b) { return cfstring::CompareUnits(a.first, b.first) < 0; });
-        out_ += "<dict>\n";
+        auto before = [](const auto& a, const auto& b) { return cfstring::CompareUnits(a.first, b.first) < 0; };
+        if (order.size() <= 16) {
+            // The usual few keys: an insertion sort does less than a full one.
+            for (std::size_t i = 1; i < order.size(); ++i) {
+                auto item = order[i];
+                std::size_t at = i;
+                for (; at > 0 && before(item, order[at - 1]); --at) order[at] = order[at - 1];
+                order[at] = item;
+            }
+        } else {
+            std::sort(order.begin(), order.end(), before);
+        }
+        out_.put("<dict>\n");
         for (const auto& [key, i] : order) {
             indent(depth + 1);
-            out_ += "<key>";
+            out_.put("<key>");
             if (!text(static_cast<CFStringRef>(keys[i]))) return false;
-            out_ += "</key>\n";
+            out_.put("</key>\n");
             if (!value(values[i], depth + 1)) return false;
         }
         indent(depth);
-        out_ += "</dict>\n";
+        out_.put("</dict>\n");
         return true;
     }
 
     bool array(CFArrayRef array, int depth) {
         CFIndex count = CFArrayGetCount(array);
         if (count == 0) {
-            out_ += "<array/>\n";
+            out_.put("<array/>\n");
             return true;
         }
-        out_ += "<array>\n";
+        out_.put("<array>\n");
         for (CFIndex i = 0; i < count; ++i) {
             if (!value(CFArrayGetValueAtIndex(array, i), depth + 1)) return false;
         }
         indent(depth);
-        out_ += "</array>\n";
+        out_.put("</array>\n");
         return true;
     }
 
@@ -534,26 +623,27 @@ private:
         if (CFNumberIsFloatType(number)) {
             double real = 0;
             CFNumberGetValue(number, kCFNumberFloat64Type, &real);
-            out_ += "<real>";
+            out_.put("<real>");
             if (std::isnan(real)) {
-                out_ += "nan";
+                out_.put("nan");
             } else if (std::isinf(real)) {
-                out_ += real > 0 ? "+infinity" : "-infinity";
+                if (real > 0) out_.put("+infinity");
+                else out_.put("-infinity");
             } else if (real == 0) {
-                out_ += "0.0";
+                out_.put("0.0");
             } else {
                 int length = std::snprintf(digits, sizeof digits, "%.17g", real);
-                out_.append(digits, static_cast<std::size_t>(length));
+                out_.put(digits, static_cast<std::size_t>(length));
             }
-            out_ += "</real>\n";
+            out_.put("</real>\n");
             return;
         }
         SInt64 integer = 0;
         CFNumberGetValue(number, kCFNumberSInt64Type, &integer);
         written = std::to_chars(digits, digits + sizeof digits, integer);
-        out_ += "<integer>";
-        out_.append(digits, written.ptr);
-        out_ += "</integer>\n";
+        out_.put("<integer>");
+        out_.put(digits, static_cast<std::size_t>(written.ptr - digits));
+        out_.put("</integer>\n");
     }
 
     void data(CFDataRef data, int depth) {
@@ -561,13 +651,13 @@ private:
         std::size_t length = static_cast<std::size_t>(CFDataGetLength(data));
         int tabs = depth < kDataIndentLimit ? depth : kDataIndentLimit;
         std::size_t width = static_cast<std::size_t>(kDataLineWidth - 8 * tabs);
-        out_ += "<data>\n";
+        out_.put("<data>\n");
         std::size_t column = 0;
         auto put = [&](char c) {
             if (column == 0) indent(tabs);
-            out_ += c;
+            out_.put(c);
             if (++column == width) {
-                out_ += '\n';
+                out_.put('\n');
                 column = 0;
             }
         };
@@ -580,9 +670,9 @@ private:
             put(i + 1 < length ? kBase64[(group >> 6) & 63] : '=');
             put(i + 2 < length ? kBase64[group & 63] : '=');
         }
-        if (column != 0) out_ += '\n';
+        if (column != 0) out_.put('\n');
         indent(depth);
-        out_ += "</data>\n";
+        out_.put("</data>\n");
     }
 
     // The text of a string in UTF-8, with "&", "<" and ">" as entities and
@@ -596,8 +686,8 @@ private:
             std::size_t i = 0;
             while (i < view.length) {
                 std::size_t run = i;
-                while (run < view.length && IsPlain(bytes[run])) ++run;
-                out_.append(reinterpret_cast<const char*>(bytes + i), run - i);
+                while (run < view.length && kPlainBytes.plain[bytes[run]]) ++run;
+                out_.put(reinterpret_cast<const char*>(bytes + i), run - i);
                 if (run == view.length) return true;
                 if (!character(bytes[run])) return false;
                 i = run + 1;
@@ -616,35 +706,33 @@ private:
         return true;
     }
 
-    static bool IsPlain(UInt8 c) { return c >= 0x20 && c < 0x80 && c != '&' && c != '<' && c != '>'; }
-
     // One character (no surrogate) in UTF-8, escaped as text() says.
     bool character(char32_t c) {
         if (c < 0x80) {
             switch (c) {
-                case '&': out_ += "&amp;"; return true;
-                case '<': out_ += "&lt;"; return true;
-                case '>': out_ += "&gt;"; return true;
-                case '\r': out_ += "&#13;"; return true;
+                case '&': out_.put("&amp;"); return true;
+                case '<': out_.put("&lt;"); return true;
+                case '>': out_.put("&gt;"); return true;
+                case '\r': out_.put("&#13;"); return true;
                 case '\t':
                 case '\n': break;
                 default:
                     if (c < 0x20) return unwritable(c);
             }
-            out_ += static_cast<char>(c);
+            out_.put(static_cast<char>(c));
         } else if (c < 0x800) {
-            out_ += static_cast<char>(0xC0 | (c >> 6));
-            out_ += static_cast<char>(0x80 | (c & 0x3F));
+            out_.put(static_cast<char>(0xC0 | (c >> 6)));
+            out_.put(static_cast<char>(0x80 | (c & 0x3F)));
         } else if (c < 0x10000) {
             if (c == 0xFFFE || c == 0xFFFF) return unwritable(c);
-            out_ += static_cast<char>(0xE0 | (c >> 12));
-            out_ += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out_ += static_cast<char>(0x80 | (c & 0x3F));
+            out_.put(static_cast<char>(0xE0 | (c >> 12)));
+            out_.put(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+            out_.put(static_cast<char>(0x80 | (c & 0x3F)));
         } else {
-            out_ += static_cast<char>(0xF0 | (c >> 18));
-            out_ += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out_ += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out_ += static_cast<char>(0x80 | (c & 0x3F));
+            out_.put(static_cast<char>(0xF0 | (c >> 18)));
+            out_.put(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
+            out_.put(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+            out_.put(static_cast<char>(0x80 | (c & 0x3F)));
         }
         return true;
     }
@@ -660,7 +748,7 @@ private:
         std::vector<std::pair<__CFString::View, std::size_t>> order;
     };
 
-    std::string& out_;
+    Output out_;
     std::string& fault_;
     std::deque<Scratch> scratch_;  // a deque: growing it keeps the outer levels' lists in place
 };

@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "platform/posix/MemoryPages.h"
+
 namespace {
 
 bool WriteAll(int fd, const char* data, std::size_t length) {
@@ -67,8 +69,14 @@ FileReadResult OpenRegularFile(const std::string& path, std::size_t limit, FileD
 
 FileReadResult ReadOpenFile(int fd, const struct stat& info, std::size_t limit, std::string* bytes, int* error) {
     // Read what fstat promised, and one byte more to notice a file that
-    // grows meanwhile: it must not slip past the limit.
-    bytes->resize(static_cast<std::size_t>(info.st_size) + 1);
+    // grows meanwhile: it must not slip past the limit. A buffer made for
+    // the read gets its pages at once.
+    std::size_t promised = static_cast<std::size_t>(info.st_size) + 1;
+    if (bytes->capacity() < promised) {
+        bytes->reserve(promised);
+        PrefaultPages(bytes->data(), promised);
+    }
+    bytes->resize(promised);
     std::size_t have = 0;
     for (;;) {
         ssize_t got = FileRead(fd, bytes->data() + have, bytes->size() - have);

@@ -1,6 +1,7 @@
 // The store handle: reading the store file, its lock, saving and applying,
 // root-level values and the last-status record.
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/corefoundation/CFStringInternal.h"
 #include "platform/posix/AtomicFile.h"
 #include "platform/posix/RootPath.h"
 #include "platform/systemconfiguration/SCDynamicStoreInternal.h"
@@ -44,7 +46,33 @@ void Complain(const char* action, const std::string& file, const std::string& fa
     std::fprintf(stderr, "SCPreferences: cannot %s %s: %s\n", action, file.c_str(), fault.c_str());
 }
 
-std::size_t HashBytes(const std::string& bytes) { return std::hash<std::string_view>()(bytes); }
+std::size_t HashBytes(const std::string& bytes) {
+    return static_cast<std::size_t>(SCHashBytes(bytes.data(), bytes.size()));
+}
+
+// The one buffer for a store's text: whatever needs one next (the read of
+// a store, the encoding of a commit) takes it and gives it back when done,
+// and the bytes a handle keeps for its apply are that buffer, lent until
+// the handle's next commit or its end. A large store's text thus lands in
+// pages the process has already touched, rather than in fresh ones that
+// each cost a page fault, on every read and save after the first.
+std::string& SpareText() {
+    static std::string* spare = new std::string();  // outlives every handle, even at exit
+    return *spare;
+}
+
+std::string TakeTextBuffer() {
+    std::string buffer = std::move(SpareText());
+    SpareText() = std::string();
+    buffer.clear();
+    return buffer;
+}
+
+void ReturnTextBuffer(std::string&& buffer) {
+    if (buffer.capacity() <= SpareText().capacity()) return;
+    buffer.clear();
+    SpareText() = std::move(buffer);
+}
 
 // Reads the store file within the size limit. Returns kSCStatusOK with the
 // bytes and stamp, kSCStatusNoConfigFile when there is no file, or the
@@ -108,6 +136,9 @@ struct LastSave {
     std::size_t hash = 0;
     PropertyListFormat format = PropertyListFormat::XML;
     CFRef<CFMutableDictionaryRef> tree;
+    // The link answers of a handle that saved this tree and ended without
+    // changing it further: the next handle on the tree takes them over.
+    SCLinkIndex links;
 };
 
 LastSave& TheLastSave() {
@@ -124,9 +155,12 @@ bool TakeLastSave(__SCPreferences* prefs) {
     int error = 0;
     if (StampFile(prefs->file, &now, &error) != FileReadResult::Read || !(now == last.stamp)) {
         last.tree.reset();
+        last.links = SCLinkIndex();
         return false;
     }
     prefs->tree = CFRef<CFMutableDictionaryRef>::Retain(last.tree.get());
+    prefs->links = std::move(last.links);
+    last.links = SCLinkIndex();
     prefs->format = last.format;
     prefs->savedExists = true;
     prefs->savedStamp = now;
@@ -136,6 +170,7 @@ bool TakeLastSave(__SCPreferences* prefs) {
 
 void RememberLastSave(const __SCPreferences* prefs) {
     LastSave& last = TheLastSave();
+    last.links = SCLinkIndex();
     last.file = prefs->file;
     last.stamp = prefs->savedStamp;
     last.hash = prefs->savedHash;
@@ -166,6 +201,28 @@ Boolean Finish(int status) {
 
 }  // namespace
 
+// It only has to tell a file rewritten with other contents from one that
+// was merely touched, and one path from another.
+std::uint64_t SCHashBytes(const void* data, std::size_t size) {
+    const unsigned char* bytes = static_cast<const unsigned char*>(data);
+    std::uint64_t hash = 0x9E3779B97F4A7C15ULL ^ size;
+    auto mix = [&hash](std::uint64_t word) {
+        hash = (((hash << 29) | (hash >> 35)) ^ word) * 0xBF58476D1CE4E5B9ULL;
+    };
+    std::size_t at = 0;
+    for (; at + 8 <= size; at += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes + at, 8);
+        mix(word);
+    }
+    std::uint64_t tail = 0;
+    if (size > at) std::memcpy(&tail, bytes + at, size - at);
+    mix(tail);
+    hash ^= hash >> 31;
+    hash *= 0x94D049BB133111EBULL;
+    return hash ^ (hash >> 29);
+}
+
 void _SCErrorSet(int status) { gSCStatus = status; }
 
 int StatusForFileError(int error) {
@@ -173,6 +230,14 @@ int StatusForFileError(int error) {
 }
 
 int SCError(void) { return gSCStatus; }
+
+__SCPreferences::~__SCPreferences() {
+    ReturnTextBuffer(std::move(savedBytes));
+    // Answers about the tree this process last saved, when the handle ends
+    // with that very tree, serve the next handle opened on it.
+    LastSave& last = TheLastSave();
+    if (last.tree && last.tree.get() == saved.get() && tree.get() == saved.get()) last.links = std::move(links);
+}
 
 CFTypeID SCPreferencesGetTypeID(void) {
     static const CFTypeID typeID = _CFRuntimeRegisterClass("SCPreferences");
@@ -192,7 +257,7 @@ SCPreferencesRef SCPreferencesCreate(CFAllocatorRef, CFStringRef name, CFStringR
     prefs->file = StoreFilePath(prefsID);
 
     if (!TakeLastSave(prefs.get())) {
-        std::string bytes, fault;
+        std::string bytes = TakeTextBuffer(), fault;
         int status = ReadStoreFile(prefs->file, &bytes, &prefs->savedStamp, &fault);
         if (status == kSCStatusNoConfigFile) {
             // No file yet: an empty store, written as XML when first saved.
@@ -212,6 +277,7 @@ SCPreferencesRef SCPreferencesCreate(CFAllocatorRef, CFStringRef name, CFStringR
             prefs->savedExists = true;
             prefs->savedHash = HashBytes(bytes);
         }
+        ReturnTextBuffer(std::move(bytes));
     }
     prefs->saved = CFRef<CFMutableDictionaryRef>::Retain(prefs->tree.get());
     _SCErrorSet(kSCStatusOK);
@@ -263,14 +329,16 @@ Boolean SCPreferencesCommitChanges(SCPreferencesRef ref) {
         // Under the lock no save of this store is under way: temporary
         // files of its name are what crashed saves left behind.
         RemoveLeftoverTemporaryFiles(prefs->file);
-        // The bytes of the previous commit go first: only one copy of the
-        // store's text is held at a time.
-        prefs->savedBytes.clear();
-        prefs->savedBytes.shrink_to_fit();
-        std::string bytes;
-        // Room for the text at once: growing it step by step would hold two
-        // copies of it for a while.
-        bytes.reserve(static_cast<std::size_t>(prefs->savedStamp.size) * 9 / 8 + 4096);
+        // The buffer of the previous commit's bytes takes the new ones: only
+        // one copy of the store's text is held at a time.
+        std::string bytes = prefs->savedBytes.empty() ? TakeTextBuffer() : std::move(prefs->savedBytes);
+        prefs->savedBytes = std::string();
+        bytes.clear();
+        // Room for the text at once (it is mostly about as long as the file
+        // was): growing it step by step would hold two copies of it for a
+        // while.
+        std::size_t expected = static_cast<std::size_t>(prefs->savedStamp.size);
+        if (bytes.capacity() < expected) bytes.reserve(expected + expected / 8 + 4096);
         int error = 0;
         FileStamp written;
         if (!PropertyListEncodeFileBytes(prefs->tree.get(), prefs->format, &bytes, &fault)) {
@@ -290,6 +358,7 @@ Boolean SCPreferencesCommitChanges(SCPreferencesRef ref) {
             prefs->saved = CFRef<CFMutableDictionaryRef>::Retain(prefs->tree.get());
             RememberLastSave(prefs);
         }
+        ReturnTextBuffer(std::move(bytes));
     }
     if (tookLock) prefs->lock.unlock();
     if (status != kSCStatusOK) Complain("save", prefs->file, fault);
@@ -312,11 +381,13 @@ Boolean SCPreferencesApplyChanges(SCPreferencesRef ref) {
     const std::string* bytes = &prefs->savedBytes;
     bool ok = true;
     if (prefs->savedBytes.empty()) {
+        encoded = TakeTextBuffer();
         bytes = &encoded;
         ok = PropertyListEncodeFileBytes(prefs->saved.get(), prefs->format, &encoded, &fault);
     }
     // Numbered, so that the live state store shows every apply in order.
     if (ok) ok = SCDynamicStorePublishApplied(applied, *bytes, prefs->format, &fault);
+    ReturnTextBuffer(std::move(encoded));
     if (ok) return Finish(kSCStatusOK);
     // What was committed stays committed: only the running system missed it.
     std::fprintf(stderr, "SCPreferences: %s: saved, but not applied: %s: %s\n", prefs->file.c_str(), applied.c_str(),
@@ -330,6 +401,7 @@ Boolean SCPreferencesSynchronize(SCPreferencesRef ref) {
     // The saved tree is shared, not copied: the handle's tree copies each
     // node it changes later, so the saved tree itself never changes.
     prefs->tree = CFRef<CFMutableDictionaryRef>::Retain(prefs->saved.get());
+    SCPreferencesForgetLinks(prefs, {});
     return Finish(kSCStatusOK);
 }
 
@@ -349,6 +421,12 @@ Boolean SCPreferencesSetValue(SCPreferencesRef ref, CFStringRef key, CFPropertyL
     CFRef<CFPropertyListRef> copy(
         CFPropertyListCreateDeepCopy(kCFAllocatorDefault, value, kCFPropertyListMutableContainers));
     if (!copy) return Finish(kSCStatusInvalidArgument);
-    CFDictionarySetValue(SCPreferencesWritableRoot(SCPreferencesInside(ref)), key, copy.get());
+    __SCPreferences* prefs = SCPreferencesInside(ref);
+    std::vector<std::string_view> keys;
+    // A key of wide text (however plain) is not compared: all links go.
+    if (CFGetTypeID(key) == CFStringGetTypeID() && !key->view().wide)
+        keys.emplace_back(reinterpret_cast<const char*>(key->view().narrow()), key->view().length);
+    SCPreferencesForgetLinks(prefs, keys);
+    CFDictionarySetValue(SCPreferencesWritableRoot(prefs), key, copy.get());
     return Finish(kSCStatusOK);
 }

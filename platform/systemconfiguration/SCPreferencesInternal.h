@@ -2,7 +2,11 @@
 // implement the store (the handle and its file, and the path operations).
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CFRuntime.h"
@@ -11,8 +15,36 @@
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 
+// A hash of bytes, eight at a time.
+std::uint64_t SCHashBytes(const void* data, std::size_t size);
+
+// The link lookups a handle has answered, so that asking again for the same
+// link (a walk over a set's services asks for each service's link several
+// times) takes no walk through the tree. Only lookups whose way went
+// through no other link are kept: their answer depends on nothing but the
+// nodes on that way, so a write drops exactly the answers whose way it
+// crossed (see SCPreferencesPath.cpp).
+struct SCLinkIndex {
+    // The links of one dictionary: the keys of the way to it, and the
+    // path hashes of the links known in it.
+    struct Group {
+        std::string path;                     // "/Sets/0/Network/Service"
+        std::vector<std::string> parentKeys;  // "Sets", "0", "Network", "Service"
+        std::vector<std::uint64_t> links;
+    };
+    struct Link {
+        std::size_t group;          // the index of its group
+        CFRef<CFStringRef> key;     // the link's key in the dictionary
+        CFRef<CFStringRef> target;  // the path the link holds
+    };
+    std::vector<Group> groups;
+    std::unordered_map<std::uint64_t, Link> links;  // by the hash of the path's text
+};
+
 struct __SCPreferences : __CFRuntimeBase {
     __SCPreferences() : __CFRuntimeBase(SCPreferencesGetTypeID()) {}
+    // Hands its text buffer on to the next read or save (see TakeTextBuffer).
+    ~__SCPreferences() override;
 
     std::string name;  // the client's name, for messages
     std::string file;  // absolute path of the store file
@@ -34,6 +66,8 @@ struct __SCPreferences : __CFRuntimeBase {
     std::string savedBytes;
     PropertyListFormat format = PropertyListFormat::XML;
 
+    SCLinkIndex links;  // answers of link lookups in tree
+
     FileLock lock;
 };
 
@@ -50,4 +84,10 @@ int StatusForFileError(int error);
 // The root dictionary, made the handle's own first so that it may be
 // changed.
 CFMutableDictionaryRef SCPreferencesWritableRoot(__SCPreferences* prefs);
+
+// Forgets the link lookups that a change of tree may have made wrong: all
+// of them for a tree replaced whole (keys empty), otherwise those whose way
+// went through the node at keys (a link-free chain of keys from the root),
+// or to it.
+void SCPreferencesForgetLinks(__SCPreferences* prefs, const std::vector<std::string_view>& keys);
 

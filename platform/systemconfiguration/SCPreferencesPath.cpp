@@ -95,13 +95,26 @@ int WalkPath(CFDictionaryRef root, PathComponents components, Walk walk, bool fo
     return kSCStatusOK;
 }
 
-// The same lookup walk as WalkPath, for paths of one-byte text, without
-// making a string or a list for any component: keys are looked up by their
-// text, and a link's target is walked in place. Returns false when it
-// cannot decide (a path or link of wide text, a dictionary with other key
-// callbacks, a path of more components than it keeps), and the caller then
-// takes WalkPath; otherwise *status and *node are WalkPath's results.
-bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, bool followLast, int* status, CFTypeRef* node) {
+// The same walk as WalkPath, for paths of one-byte text, without making a
+// string or a list for any component on the way: keys are looked up by
+// their text, and a link's target is walked in place. Returns false when
+// it cannot decide (a path or link of wide text, a dictionary with other
+// key callbacks, a path of more components than it keeps), and the caller
+// then takes WalkPath; otherwise *status and *node are WalkPath's results,
+// *hops the number of links followed and, when resolved is given, the
+// chain of keys WalkPath would give (missing keys of a write walk made
+// from their text, the others the dictionaries' own key objects).
+struct TextWalk {
+    Walk walk = Walk::Lookup;
+    bool followLast = true;
+    int status = kSCStatusOK;
+    CFTypeRef node = nil;
+    int hops = 0;
+    PathComponents* resolved = nullptr;
+    const void* lastKey = nil;  // the key object of the last component walked
+};
+
+bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, TextWalk* w) {
     if (path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return false;
     __CFString::View text = path->view();
     if (text.wide || text.length == 0 || text.narrow()[0] != '/') return false;
@@ -137,32 +150,50 @@ bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, bool followLast, in
     };
     if (!split(text.narrow(), text.length, nullptr, 0)) return false;
 
-    int hops = 0;
+    const void* keys[kMaxPieces];  // the key objects of the pieces walked so far
+    w->hops = 0;
     CFTypeRef current = root;
     for (std::size_t i = 0; i < count;) {
         if (!IsDictionary(current)) {
-            *status = kSCStatusNoKey;
+            w->status = w->walk == Walk::Write ? kSCStatusFailed : kSCStatusNoKey;
             return true;
         }
         bool searched = false;
-        CFTypeRef child = cfrt::DictionaryGetValueForText(static_cast<CFDictionaryRef>(current), pieces[i].text,
-                                                          pieces[i].length, &searched);
+        const void* key = nil;
+        CFTypeRef child = cfrt::DictionaryGetEntryForText(static_cast<CFDictionaryRef>(current), pieces[i].text,
+                                                          pieces[i].length, &searched, &key);
         if (!searched) return false;
         if (child == nil) {
-            *status = kSCStatusNoKey;
+            if (w->walk == Walk::Lookup) {
+                w->status = kSCStatusNoKey;
+                return true;
+            }
+            // A write makes the missing dictionaries: the rest of the keys
+            // are new.
+            if (w->resolved != nullptr) {
+                w->resolved->clear();
+                w->resolved->reserve(count);
+                for (std::size_t k = 0; k < count; ++k) {
+                    w->resolved->push_back(k < i ? CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(keys[k]))
+                                                 : CFRef<CFStringRef>(cfstring::MakeNarrow(pieces[k].text,
+                                                                                          pieces[k].length)));
+                }
+            }
+            w->status = kSCStatusOK;
+            w->node = nil;
             return true;
         }
         CFStringRef link = LinkTarget(child);
         bool last = i + 1 == count;
-        if (link != nil && (!last || followLast)) {
-            if (++hops > kMaxLinkHops) {
-                *status = kSCStatusMaxLink;
+        if (link != nil && (!last || w->followLast)) {
+            if (++w->hops > kMaxLinkHops) {
+                w->status = kSCStatusMaxLink;
                 return true;
             }
             __CFString::View target = link->view();
             if (target.wide) return false;
             if (target.length == 0 || target.narrow()[0] != '/') {
-                *status = kSCStatusNoKey;
+                w->status = kSCStatusNoKey;
                 return true;
             }
             Piece rest[kMaxPieces];
@@ -173,12 +204,130 @@ bool WalkOneBytePath(CFDictionaryRef root, CFStringRef path, bool followLast, in
             i = 0;
             continue;
         }
+        keys[i] = key;
+        w->lastKey = key;
         current = child;
         ++i;
     }
-    *status = kSCStatusOK;
-    *node = current;
+    if (w->resolved != nullptr) {
+        w->resolved->clear();
+        w->resolved->reserve(count);
+        for (std::size_t k = 0; k < count; ++k)
+            w->resolved->push_back(CFRef<CFStringRef>::Retain(static_cast<CFStringRef>(keys[k])));
+    }
+    w->status = kSCStatusOK;
+    w->node = current;
     return true;
+}
+
+// Walks path as WalkOneBytePath does where it can, and as WalkPath does
+// otherwise. resolved may be nil when the chain of keys is not wanted.
+int WalkAnyPath(CFDictionaryRef root, CFStringRef path, Walk walk, bool followLast, PathComponents* resolved,
+                CFTypeRef* node, int* invalidStatus) {
+    TextWalk w;
+    w.walk = walk;
+    w.followLast = followLast;
+    w.resolved = resolved;
+    if (WalkOneBytePath(root, path, &w)) {
+        *node = w.node;
+        return w.status;
+    }
+    PathComponents components, unused;
+    if (!SplitPath(path, &components)) return *invalidStatus;
+    return WalkPath(root, std::move(components), walk, followLast, resolved != nullptr ? resolved : &unused, node);
+}
+
+// The texts of keys, one byte a character; false when one is wide.
+bool KeyTexts(const PathComponents& keys, std::vector<std::string_view>* texts) {
+    texts->clear();
+    for (const CFRef<CFStringRef>& key : keys) {
+        __CFString::View view = key.get()->view();
+        if (view.wide) return false;
+        texts->emplace_back(reinterpret_cast<const char*>(view.narrow()), view.length);
+    }
+    return true;
+}
+
+// Forgets the link answers a change of the node at keys may have made wrong.
+void ForgetLinksAt(__SCPreferences* prefs, const PathComponents& keys) {
+    if (prefs->links.groups.empty()) return;
+    std::vector<std::string_view> texts;
+    // A wide key is no text of the index's paths, but may name the same
+    // node: forget everything.
+    if (!KeyTexts(keys, &texts)) texts.clear();
+    SCPreferencesForgetLinks(prefs, texts);
+}
+
+std::string_view TextOf(CFStringRef string) {
+    __CFString::View view = string->view();
+    return std::string_view(reinterpret_cast<const char*>(view.narrow()), view.length);
+}
+
+// The remembered answer for path, or nil.
+CFStringRef KnownLink(const __SCPreferences* prefs, CFStringRef path) {
+    if (prefs->links.links.empty() || path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return nil;
+    __CFString::View view = path->view();
+    if (view.wide) return nil;
+    auto link = prefs->links.links.find(SCHashBytes(view.data, view.length));
+    if (link == prefs->links.links.end()) return nil;
+    // The same hash is not yet the same path: the text must be the group's
+    // path, "/" and the link's key.
+    std::string_view text(reinterpret_cast<const char*>(view.narrow()), view.length);
+    const std::string& parent = prefs->links.groups[link->second.group].path;
+    std::string_view key = TextOf(link->second.key.get());
+    if (text.size() != parent.size() + 1 + key.size() || text.compare(0, parent.size(), parent) != 0 ||
+        text[parent.size()] != '/' || text.substr(parent.size() + 1) != key)
+        return nil;
+    return link->second.target.get();
+}
+
+// Remembers the answer for path, a link found in a walk that went through
+// no other link; key is the link's key object in its dictionary.
+void RememberLink(__SCPreferences* prefs, CFStringRef path, CFStringRef key, CFStringRef target) {
+    __CFString::View view = path->view();
+    if (view.wide || key->view().wide) return;
+    std::string_view text(reinterpret_cast<const char*>(view.narrow()), view.length);
+    // Only a path of plain keys ("/a/b/c"), whose text is then the group's
+    // path, "/" and the key.
+    if (text.size() < 2 || text.front() != '/' || text.back() == '/') return;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        if (text[i] == '/' && text[i - 1] == '/') return;
+    }
+    std::string_view parent = text.substr(0, text.rfind('/'));
+    std::vector<SCLinkIndex::Group>& groups = prefs->links.groups;
+    std::size_t group = 0;
+    while (group < groups.size() && groups[group].path != parent) ++group;
+    if (group == groups.size()) {
+        SCLinkIndex::Group made;
+        made.path = parent;
+        for (std::size_t at = 1; at < parent.size();) {
+            std::size_t end = parent.find('/', at);
+            if (end == std::string_view::npos) end = parent.size();
+            made.parentKeys.emplace_back(parent.substr(at, end - at));
+            at = end + 1;
+        }
+        groups.push_back(std::move(made));
+    }
+    std::uint64_t hash = SCHashBytes(view.data, view.length);
+    prefs->links.links.insert_or_assign(
+        hash, SCLinkIndex::Link{group, CFRef<CFStringRef>::Retain(key), CFRef<CFStringRef>::Retain(target)});
+    groups[group].links.push_back(hash);
+}
+
+// Drops the answers of one group: all of them, or those for one key.
+void ForgetGroup(__SCPreferences* prefs, std::size_t group, const std::string_view* key) {
+    SCLinkIndex::Group& links = prefs->links.groups[group];
+    std::size_t kept = 0;
+    for (std::uint64_t hash : links.links) {
+        auto link = prefs->links.links.find(hash);
+        if (link == prefs->links.links.end() || link->second.group != group) continue;
+        if (key != nullptr && TextOf(link->second.key.get()) != *key) {
+            links.links[kept++] = hash;
+            continue;
+        }
+        prefs->links.links.erase(link);
+    }
+    links.links.resize(kept);
 }
 
 // The child dictionary of parent at key, made parent's own first: when
@@ -214,19 +363,19 @@ Boolean Finish(int status) {
 // in every component but the last, and missing dictionaries on the way are
 // created.
 Boolean StoreAtPath(SCPreferencesRef ref, CFStringRef path, CFDictionaryRef value) {
-    PathComponents components;
     if (ref == nil || !IsDictionary(value)) return Finish(kSCStatusInvalidArgument);
-    if (!SplitPath(path, &components)) return Finish(kSCStatusInvalidArgument);
     __SCPreferences* prefs = SCPreferencesInside(ref);
 
     PathComponents resolved;
     CFTypeRef node = nil;
-    int status = WalkPath(prefs->tree.get(), std::move(components), Walk::Write, false, &resolved, &node);
+    int invalid = kSCStatusInvalidArgument;
+    int status = WalkAnyPath(prefs->tree.get(), path, Walk::Write, false, &resolved, &node, &invalid);
     if (status != kSCStatusOK) return Finish(status);
 
     CFRef<CFMutableDictionaryRef> copy(static_cast<CFMutableDictionaryRef>(const_cast<void*>(
         CFPropertyListCreateDeepCopy(kCFAllocatorDefault, value, kCFPropertyListMutableContainers))));
     if (!copy) return Finish(kSCStatusInvalidArgument);
+    ForgetLinksAt(prefs, resolved);
     if (resolved.empty()) {
         // "/" names the root itself: the value becomes the whole store.
         prefs->tree = std::move(copy);
@@ -240,45 +389,50 @@ Boolean StoreAtPath(SCPreferencesRef ref, CFStringRef path, CFDictionaryRef valu
 }  // namespace
 
 CFDictionaryRef SCPreferencesPathGetValue(SCPreferencesRef ref, CFStringRef path) {
-    int status = kSCStatusOK;
-    CFTypeRef node = nil;
-    if (ref != nil && WalkOneBytePath(SCPreferencesInside(ref)->tree.get(), path, true, &status, &node)) {
-        if (status == kSCStatusOK && !IsDictionary(node)) status = kSCStatusNoKey;
-        _SCErrorSet(status);
-        return status == kSCStatusOK ? static_cast<CFDictionaryRef>(node) : nil;
-    }
-    PathComponents components;
-    if (ref == nil || !SplitPath(path, &components)) {
+    if (ref == nil) {
         _SCErrorSet(kSCStatusInvalidArgument);
         return nil;
     }
-    PathComponents resolved;
-    status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, true, &resolved,
-                      &node);
+    int invalid = kSCStatusInvalidArgument;
+    CFTypeRef node = nil;
+    int status = WalkAnyPath(SCPreferencesInside(ref)->tree.get(), path, Walk::Lookup, true, nullptr, &node, &invalid);
     if (status == kSCStatusOK && !IsDictionary(node)) status = kSCStatusNoKey;
     _SCErrorSet(status);
     return status == kSCStatusOK ? static_cast<CFDictionaryRef>(node) : nil;
 }
 
 CFStringRef SCPreferencesPathGetLink(SCPreferencesRef ref, CFStringRef path) {
-    int status = kSCStatusOK;
-    CFTypeRef node = nil;
-    if (ref != nil && WalkOneBytePath(SCPreferencesInside(ref)->tree.get(), path, false, &status, &node)) {
-        CFStringRef link = status == kSCStatusOK ? LinkTarget(node) : nil;
-        if (status == kSCStatusOK && link == nil) status = kSCStatusNoKey;
-        _SCErrorSet(status);
-        return link;
-    }
-    PathComponents components;
-    if (ref == nil || !SplitPath(path, &components)) {
+    if (ref == nil) {
         _SCErrorSet(kSCStatusInvalidArgument);
         return nil;
     }
-    PathComponents resolved;
-    status = WalkPath(SCPreferencesInside(ref)->tree.get(), std::move(components), Walk::Lookup, false, &resolved,
-                      &node);
+    __SCPreferences* prefs = SCPreferencesInside(ref);
+    if (CFStringRef known = KnownLink(prefs, path)) {
+        _SCErrorSet(kSCStatusOK);
+        return known;
+    }
+    TextWalk w;
+    w.walk = Walk::Lookup;
+    w.followLast = false;
+    CFTypeRef node = nil;
+    int status = kSCStatusOK;
+    bool direct = false;  // the way went through no link
+    if (WalkOneBytePath(prefs->tree.get(), path, &w)) {
+        status = w.status;
+        node = w.node;
+        direct = w.hops == 0;
+    } else {
+        PathComponents components;
+        if (!SplitPath(path, &components)) {
+            _SCErrorSet(kSCStatusInvalidArgument);
+            return nil;
+        }
+        PathComponents resolved;
+        status = WalkPath(prefs->tree.get(), std::move(components), Walk::Lookup, false, &resolved, &node);
+    }
     CFStringRef link = status == kSCStatusOK ? LinkTarget(node) : nil;
     if (status == kSCStatusOK && link == nil) status = kSCStatusNoKey;
+    if (link != nil && direct) RememberLink(prefs, path, static_cast<CFStringRef>(w.lastKey), link);
     _SCErrorSet(status);
     return link;
 }
@@ -288,17 +442,35 @@ Boolean SCPreferencesPathSetValue(SCPreferencesRef ref, CFStringRef path, CFDict
 }
 
 Boolean SCPreferencesPathRemoveValue(SCPreferencesRef ref, CFStringRef path) {
-    PathComponents components;
-    if (ref == nil || !SplitPath(path, &components)) return Finish(kSCStatusInvalidArgument);
-    // The root itself cannot be removed.
-    if (components.empty()) return Finish(kSCStatusInvalidArgument);
+    if (ref == nil) return Finish(kSCStatusInvalidArgument);
     __SCPreferences* prefs = SCPreferencesInside(ref);
 
     PathComponents resolved;
     CFTypeRef node = nil;
-    int status = WalkPath(prefs->tree.get(), std::move(components), Walk::Lookup, false, &resolved, &node);
+    int invalid = kSCStatusInvalidArgument;
+    int status = WalkAnyPath(prefs->tree.get(), path, Walk::Lookup, false, &resolved, &node, &invalid);
     if (status != kSCStatusOK) return Finish(status);
+    // The root itself cannot be removed.
+    if (resolved.empty()) return Finish(kSCStatusInvalidArgument);
+    ForgetLinksAt(prefs, resolved);
     CFMutableDictionaryRef parent = WritableDictionary(prefs, resolved, resolved.size() - 1);
     CFDictionaryRemoveValue(parent, resolved.back().get());
     return Finish(kSCStatusOK);
+}
+
+void SCPreferencesForgetLinks(__SCPreferences* prefs, const std::vector<std::string_view>& keys) {
+    SCLinkIndex& index = prefs->links;
+    if (keys.empty()) {
+        index = SCLinkIndex();
+        return;
+    }
+    for (std::size_t group = 0; group < index.groups.size(); ++group) {
+        const std::vector<std::string>& way = index.groups[group].parentKeys;
+        std::size_t common = 0;
+        while (common < keys.size() && common < way.size() && keys[common] == way[common]) ++common;
+        // The node at keys is the links' dictionary or lies on the way to
+        // it; or it is a link node itself.
+        if (common == keys.size()) ForgetGroup(prefs, group, nullptr);
+        else if (common == way.size() && keys.size() == way.size() + 1) ForgetGroup(prefs, group, &keys.back());
+    }
 }

@@ -314,3 +314,25 @@ TEST(PropertyListFile, DataLinesNarrowWithTheirIndentationDownToEightTabs) {
     ASSERT_TRUE(again) << fault;
     EXPECT_TRUE(CFEqual(again.get(), tree.get()));
 }
+
+// The XML writer writes into whatever string it is given, growing it as the
+// text needs: a buffer too small by a little or by much, or large already
+// and holding old text, gives the same bytes.
+TEST(PropertyListFile, XMLIsTheSameWhateverBufferItIsWrittenInto) {
+    auto tree = NewDict();
+    CFRef<CFMutableArrayRef> items(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
+    for (int i = 0; i < 30000; ++i) {
+        CFArrayAppendValue(items.get(),
+                           CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("<item> & %d"), i)).get());
+    }
+    CFDictionarySetValue(tree.get(), CFSTR("items"), items.get());
+    const std::string expected = Write(tree.get(), PropertyListFormat::XML);
+    ASSERT_GT(expected.size(), std::size_t(1) << 20);
+    for (std::size_t room : {std::size_t(0), expected.size() - 1, expected.size() / 3, 3 * expected.size()}) {
+        SCOPED_TRACE("room for " + std::to_string(room) + " bytes");
+        std::string bytes(room, 'x'), fault;
+        ASSERT_TRUE(PropertyListEncodeFileBytes(tree.get(), PropertyListFormat::XML, &bytes, &fault)) << fault;
+        EXPECT_TRUE(bytes == expected);
+    }
+}
+

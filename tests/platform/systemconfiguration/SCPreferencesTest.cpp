@@ -19,6 +19,7 @@
 #include <string>
 
 #include "platform/corefoundation/CFRef.h"
+#include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 #include "support/BoundedWait.h"
 #include "support/StderrCapture.h"
@@ -216,6 +217,144 @@ TEST_F(SCPreferencesTest, PathsAndLinksWalkAlikeInOneByteAndWideText) {
             {get("/NetworkServices/7/Proxies"), kSCStatusNoKey},
         });
     }
+}
+
+// A link asked for once is answered from memory afterwards; every change of
+// the store that alters the answer, made any way, is seen by the next
+// question, whether it is asked straight or through another link.
+TEST_F(SCPreferencesTest, LinkAnswersFollowEveryChangeOfTheirWay) {
+    auto text = [](const char* utf8) { return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, utf8, kCFStringEncodingUTF8)); };
+    auto link = [&](const char* target) { return Entity(CFSTR("__LINK__"), text(target).get()); };
+    // A dictionary holding value under the keys of path ("a/b": { a = { b = value } }).
+    auto nest = [](std::initializer_list<CFStringRef> keys, CFTypeRef value) {
+        CFRef<CFTypeRef> inner = CFRef<CFTypeRef>::Retain(value);
+        for (auto key = std::rbegin(keys); key != std::rend(keys); ++key) {
+            auto outer = Entity(*key, CFSTR("-"));
+            CFDictionarySetValue(outer.get(), *key, inner.get());
+            inner = std::move(outer);
+        }
+        return CFRef<CFDictionaryRef>(static_cast<CFDictionaryRef>(inner.release()));
+    };
+    struct Row {
+        const char* name;
+        std::function<bool(SCPreferencesRef)> change;
+        const char* answer;  // the link's target afterwards; nil for no link
+    };
+    const Row rows[] = {
+        {"the link rewritten", [&](SCPreferencesRef p) {
+             return SCPreferencesPathSetValue(p, CFSTR("/Sets/0/Network/Service/7"), link("/NetworkServices/8").get()); },
+         "/NetworkServices/8"},
+        {"the link rewritten through another link", [&](SCPreferencesRef p) {
+             return SCPreferencesPathSetValue(p, CFSTR("/Alias/Service/7"), link("/NetworkServices/8").get()); },
+         "/NetworkServices/8"},
+        {"the set's services replaced", [&](SCPreferencesRef p) {
+             return SCPreferencesPathSetValue(p, CFSTR("/Sets/0/Network/Service"), nest({CFSTR("7")}, link("/NetworkServices/9").get()).get()); },
+         "/NetworkServices/9"},
+        {"the link removed", [&](SCPreferencesRef p) { return SCPreferencesPathRemoveValue(p, CFSTR("/Sets/0/Network/Service/7")); },
+         nullptr},
+        {"the set removed", [&](SCPreferencesRef p) { return SCPreferencesPathRemoveValue(p, CFSTR("/Sets/0")); }, nullptr},
+        {"the sets replaced at the root", [&](SCPreferencesRef p) {
+             return SCPreferencesSetValue(p, CFSTR("Sets"), nest({CFSTR("0"), CFSTR("Network"), CFSTR("Service"), CFSTR("7")}, link("/NetworkServices/5").get()).get()); },
+         "/NetworkServices/5"},
+        {"the sets replaced under a key of wide text", [&](SCPreferencesRef p) {
+             CFRef<CFMutableStringRef> key(CFStringCreateMutableCopy(nullptr, 0, CFSTR("Sets")));
+             return SCPreferencesSetValue(p, key.get(), nest({CFSTR("0"), CFSTR("Network"), CFSTR("Service"), CFSTR("7")}, link("/NetworkServices/5").get()).get()); },
+         "/NetworkServices/5"},
+        {"the whole store replaced", [&](SCPreferencesRef p) {
+             auto sets = nest({CFSTR("0"), CFSTR("Network"), CFSTR("Service"), CFSTR("7")}, link("/NetworkServices/4").get());
+             return SCPreferencesPathSetValue(p, CFSTR("/"), nest({CFSTR("Sets")}, sets.get()).get()); },
+         "/NetworkServices/4"},
+        {"changes discarded", [&](SCPreferencesRef p) {
+             return SCPreferencesPathSetValue(p, CFSTR("/Sets/0/Network/Service/7"), link("/NetworkServices/8").get()) &&
+                    SCPreferencesPathGetLink(p, CFSTR("/Sets/0/Network/Service/7")) != nil && SCPreferencesSynchronize(p); },
+         "/NetworkServices/7"},
+        {"a write beside the way", [&](SCPreferencesRef p) {
+             return SCPreferencesPathSetValue(p, CFSTR("/NetworkServices/7/Proxies"), Entity(CFSTR("HTTPProxy"), CFSTR("p")).get()) &&
+                    SCPreferencesPathSetValue(p, CFSTR("/Sets/0/Network/Service/8"), link("/NetworkServices/8").get()); },
+         "/NetworkServices/7"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Prefs prefs = Open();
+        ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/Sets/0/Network/Service/7"), link("/NetworkServices/7").get()));
+        ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), CFSTR("/Alias"), link("/Sets/0/Network").get()));
+        ASSERT_TRUE(SCPreferencesCommitChanges(prefs.get()));
+        for (CFStringRef path : {CFSTR("/Sets/0/Network/Service/7"), CFSTR("/Alias/Service/7")}) {
+            ASSERT_TRUE(CFEqual(SCPreferencesPathGetLink(prefs.get(), path), CFSTR("/NetworkServices/7")));
+        }
+        ASSERT_TRUE(row.change(prefs.get()));
+        // Asked straight, and through the alias where the change left it.
+        for (CFStringRef path : {CFSTR("/Sets/0/Network/Service/7"), CFSTR("/Alias/Service/7")}) {
+            CFStringRef answer = SCPreferencesPathGetLink(prefs.get(), path);
+            int status = SCError();
+            if (path != CFSTR("/Sets/0/Network/Service/7") && SCPreferencesPathGetLink(prefs.get(), CFSTR("/Alias")) == nil) continue;
+            if (row.answer == nullptr) {
+                EXPECT_EQ(answer, nullptr);
+                EXPECT_EQ(status, kSCStatusNoKey);
+            } else {
+                EXPECT_TRUE(answer != nil && CFEqual(answer, text(row.answer).get()));
+            }
+        }
+        SCPreferencesSynchronize(prefs.get());  // nothing is saved
+    }
+}
+
+// A handle that ends on the tree it saved hands its link answers to the
+// next handle opened on that tree; one that changed the tree after saving
+// does not.
+TEST_F(SCPreferencesTest, LinkAnswersPassOnOnlyWithTheTreeTheyDescribe) {
+    const CFStringRef path = CFSTR("/Sets/0/Network/Service/7");
+    auto link = [](CFStringRef target) { return Entity(CFSTR("__LINK__"), target); };
+    {
+        Prefs first = Open();
+        ASSERT_TRUE(SCPreferencesPathSetValue(first.get(), path, link(CFSTR("/NetworkServices/7")).get()));
+        ASSERT_TRUE(SCPreferencesCommitChanges(first.get()));
+        ASSERT_TRUE(CFEqual(SCPreferencesPathGetLink(first.get(), path), CFSTR("/NetworkServices/7")));
+    }
+    {
+        Prefs second = Open();  // takes the tree saved, and its answers
+        EXPECT_TRUE(CFEqual(SCPreferencesPathGetLink(second.get(), path), CFSTR("/NetworkServices/7")));
+        ASSERT_TRUE(SCPreferencesPathSetValue(second.get(), path, link(CFSTR("/NetworkServices/8")).get()));
+        ASSERT_TRUE(CFEqual(SCPreferencesPathGetLink(second.get(), path), CFSTR("/NetworkServices/8")));
+    }  // ends without saving its change
+    Prefs third = Open();
+    EXPECT_TRUE(CFEqual(SCPreferencesPathGetLink(third.get(), path), CFSTR("/NetworkServices/7")));
+}
+
+// Every handle applies the text it committed itself, whatever other handles
+// of the process read, save and let go of in between: they all share one
+// buffer for the store's text.
+TEST_F(SCPreferencesTest, EachHandleAppliesWhatItCommitted) {
+    const fs::path applied = root.path() / "var/run/SystemConfiguration/preferences.plist";
+    auto model = [&](const fs::path& file) {
+        std::string fault;
+        PropertyListFormat format;
+        CFRef<CFDictionaryRef> tree(PropertyListCreateFromFileBytes(TempRoot::ReadFile(file), &format, &fault));
+        CFStringRef value = tree ? static_cast<CFStringRef>(CFDictionaryGetValue(tree.get(), CFSTR("Model"))) : nil;
+        return value != nil ? CFRef<CFStringRef>::Retain(value) : CFRef<CFStringRef>();
+    };
+    Prefs first = Open();
+    ASSERT_TRUE(SCPreferencesSetValue(first.get(), CFSTR("Model"), CFSTR("first")));
+    ASSERT_TRUE(SCPreferencesCommitChanges(first.get()));
+    {
+        Prefs second = Open();
+        ASSERT_TRUE(SCPreferencesSetValue(second.get(), CFSTR("Model"), CFSTR("second")));
+        ASSERT_TRUE(SCPreferencesCommitChanges(second.get()));
+        ASSERT_TRUE(SCPreferencesApplyChanges(first.get()));
+        EXPECT_TRUE(CFEqual(model(applied).get(), CFSTR("first")));
+        ASSERT_TRUE(SCPreferencesApplyChanges(second.get()));
+        EXPECT_TRUE(CFEqual(model(applied).get(), CFSTR("second")));
+    }
+    // The second handle is gone; a third reads the store and saves anew.
+    Prefs third = Open();
+    EXPECT_TRUE(CFEqual(SCPreferencesGetValue(third.get(), CFSTR("Model")), CFSTR("second")));
+    ASSERT_TRUE(SCPreferencesSetValue(third.get(), CFSTR("Model"), CFSTR("third")));
+    ASSERT_TRUE(SCPreferencesCommitChanges(third.get()));
+    ASSERT_TRUE(SCPreferencesApplyChanges(first.get()));
+    EXPECT_TRUE(CFEqual(model(applied).get(), CFSTR("first")));
+    ASSERT_TRUE(SCPreferencesApplyChanges(third.get()));
+    EXPECT_TRUE(CFEqual(model(applied).get(), CFSTR("third")));
+    EXPECT_TRUE(CFEqual(model(root.storePath()).get(), CFSTR("third")));
 }
 
 TEST_F(SCPreferencesTest, ValuesNeverChangeUnderTheirHolders) {
