@@ -189,8 +189,6 @@ const Case kCases[] = {
     {"DuplicateSetWithItsServices", kSets, {"duplicate-set", "Home", "Copy"}, 0, "", "5\n", [](Root) {}, "",
      {{"Sets", "5"}, {"NetworkServices", "13"}, {"NetworkServices", "14"}}, {"services", "Copy"},
      "13\tactive\ten0\tEthernet\n14\tinactive\ten1\tWi-Fi\n"},
-    {"NewSetInRealStore", kIMac, {"new-set", "Lab"}, 0, "", kFirstID + "\n", [](Root) {}, "", kNewSetParts,
-     {"services", "Lab"}, NewSetListing(false)},
     {"NewDialupSetOnEthernet", kSets, {"new-dialup-set", "Dial", "en0"}, 1,
      "the network port of the device \"en0\" is not a modem"},
 
@@ -222,8 +220,6 @@ const Case kCases[] = {
     {"OrderServicesNamingOneTwice", kSets, {"order-services", "10", "Ethernet", "11"}, 2,
      "\"Ethernet\" names service 10, which is already in the order"},
     {"OrderServicesNamingAnUnknownOne", kSets, {"order-services", "10", "11", "12"}, 1,
-     "no service of the current set has the ID or name \"12\""},
-    {"RenameServiceOfOtherSet", kSets, {"rename-service", "12", "LAN"}, 1,
      "no service of the current set has the ID or name \"12\""},
     {"RenameServiceInUnknownSet", kSets, {"rename-service", "--set", "Lab", "10", "LAN"}, 1,
      "no set has the ID or name \"Lab\""},
