@@ -95,7 +95,8 @@ std::string StoreText(const std::string& name) {
 
 // Links a service into a set, last in its order.
 void Link(Root root, const std::string& setID, const std::string& serviceID) {
-    Put(root, InSet(setID, {"Network", "Service", serviceID}), Dict({{"__LINK__", Str("/NetworkServices/" + serviceID)}}));
+    Put(root, InSet(setID, {"Network", "Service", serviceID}),
+        Dict({{"__LINK__", Str("/NetworkServices/" + serviceID)}}));
     CFArrayAppendValue(ArrayAt(root, InSet(setID, kOrder)), Str(serviceID).get());
 }
 
@@ -104,10 +105,10 @@ struct Case {
     const char* store;
     std::vector<std::string> args;
     int exitStatus;
-    std::string out;
-    std::string message;     // moresc's one error line, after "moresc: "; "" for none
-    StoreEdit edit;          // nullptr: the store stays as it was
-    std::string input = "";  // standard input
+    std::string message;       // moresc's one error line, after "moresc: SUBCOMMAND: "; "" for none
+    std::string out = "";
+    StoreEdit edit = nullptr;  // nullptr: the store stays as it was
+    std::string input = "";    // standard input
     // New parts of the store, such as a new service: what the library puts
     // in them is its own affair, so they are taken as made, and a moresc
     // listing of them (the command and its output) is checked instead.
@@ -126,13 +127,19 @@ const std::string kMacBookDUN = "4A73E068-DCE3-46C3-98EE-991526FF151A";
 const std::string kMacBookPAN = "3896F922-5883-4D53-AC38-CEDEC0DAAAF3";
 const std::string kIMacEthernet = "1838D499-D1F7-4102-909F-EDFB6C16897B";
 const std::string kBinaryWiFi = "DB914B7E-ED15-483C-9FD8-82A614874711";
-const std::string kBinarySet = "54D714FB-C32B-4BD1-843D-65EC84660873";
 // The first IDs made under a parent whose keys are not numbers.
 const std::string kFirstID = "-2147483647", kSecondID = "-2147483646", kThirdID = "-2147483645",
                   kFourthID = "-2147483644";
 // A new set in such a store, with a service for each of the four ports.
 const std::vector<std::vector<std::string>> kNewSetParts = {{"Sets", kFirstID}, {"NetworkServices", kFirstID},
     {"NetworkServices", kSecondID}, {"NetworkServices", kThirdID}, {"NetworkServices", kFourthID}};
+// Its listing: every service active, or, in a dial-up set, the USB modem's
+// alone.
+std::string NewSetListing(bool dialup) {
+    const std::string on = "\tactive\t", off = dialup ? "\tinactive\t" : on;
+    return kFirstID + off + "modem\tInternal Modem\n" + kSecondID + on + "usbmodem1411\tUSB Modem\n" + kThirdID + off +
+           "en0\tBuilt-in Ethernet\n" + kFourthID + off + "en1\tAirPort\n";
+}
 
 // The ports of the registry every case runs with (en0, AirPort, two modems).
 const std::string kPorts =
@@ -143,148 +150,123 @@ const std::string kPorts =
 
 const Case kCases[] = {
     // Sets.
-    {"Sets", kSets, {"sets"}, 0, "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tOffice\n4\t-\t2\n", "", nullptr},
-    {"SetsOfNoStore", kNone, {"sets"}, 1, "", "sets: no preferences store at ", nullptr},
-    {"SwitchSetOfNoStoreMakesNothing", kNone, {"switch-set", "1"}, 1, "", "switch-set: no preferences store at ",
-     nullptr},
-    {"NewSetMakesTheStoreWithCreate", kNone, {"new-set", "--create", "Lab"}, 0, kFirstID + "\n", "", [](Root) {}, "",
-     {{"Sets"}, {"NetworkServices"}}, {"services", "Lab"},
-     kFirstID + "\tactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" + kThirdID +
-         "\tactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tactive\ten1\tAirPort\n"},
-    {"SetsJson", kSets, {"sets", "--json"}, 0,
+    {"SetsOfNoStore", kNone, {"sets"}, 1, "no preferences store at "},
+    {"SwitchSetOfNoStoreMakesNothing", kNone, {"switch-set", "1"}, 1, "no preferences store at "},
+    {"NewSetMakesTheStoreWithCreate", kNone, {"new-set", "--create", "Lab"}, 0, "", kFirstID + "\n", [](Root) {}, "",
+     {{"Sets"}, {"NetworkServices"}}, {"services", "Lab"}, NewSetListing(false)},
+    {"SetsJson", kSets, {"sets", "--json"}, 0, "",
      "[\n  {\n    \"current\": true,\n    \"id\": \"1\",\n    \"name\": \"Home\"\n  },\n  {\n    \"current\": false,\n"
      "    \"id\": \"2\",\n    \"name\": \"Office\"\n  },\n  {\n    \"current\": false,\n    \"id\": \"3\",\n"
-     "    \"name\": \"Office\"\n  },\n  {\n    \"current\": false,\n    \"id\": \"4\",\n    \"name\": \"2\"\n  }\n]\n",
-     "", nullptr},
-    {"SetsWithControlCharactersEscaped", kControlNames, {"sets"}, 0,
-     "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tLab\\tA\\nB\\x1b\n4\t-\t2\n", "", nullptr},
-    {"ServicesWithoutCurrentSet", kNoCurrentSet, {"services"}, 1, "",
-     "services: the store has no current set (\"moresc switch-set\" makes one current)", nullptr},
-    {"SetsOfCorruptStore", kCorrupt, {"sets"}, 1, "", "sets: MoreSCOpen failed with status 1001 (kSCStatusFailed)",
-     nullptr},
-    {"CurrentSet", kIMac, {"current-set"}, 0, kIMacSet + "\tAutomatic\n", "", nullptr},
-    {"SwitchSetByID", kSets, {"switch-set", "3"}, 0, "", "",
-     [](Root root) { Put(root, {"CurrentSet"}, Str("/Sets/3")); }},
+     "    \"name\": \"Office\"\n  },\n  {\n    \"current\": false,\n    \"id\": \"4\",\n    \"name\": \"2\"\n  }\n]\n"},
+    {"SetsWithControlCharactersEscaped", kControlNames, {"sets"}, 0, "",
+     "1\tcurrent\tHome\n2\t-\tOffice\n3\t-\tLab\\tA\\nB\\x1b\n4\t-\t2\n"},
+    {"ServicesWithoutCurrentSet", kNoCurrentSet, {"services"}, 1,
+     "the store has no current set (\"moresc switch-set\" makes one current)"},
+    {"SetsOfCorruptStore", kCorrupt, {"sets"}, 1, "MoreSCOpen failed with status 1001 (kSCStatusFailed)"},
     {"SwitchSetIDBeforeName", kSets, {"switch-set", "2"}, 0, "", "",
      [](Root root) { Put(root, {"CurrentSet"}, Str("/Sets/2")); }},
-    {"SwitchSetAmbiguous", kSets, {"switch-set", "Office"}, 1, "",
-     "switch-set: \"Office\" names 2 sets: 2, 3 (give one of these IDs)", nullptr},
+    {"SwitchSetAmbiguous", kSets, {"switch-set", "Office"}, 1, "\"Office\" names 2 sets: 2, 3 (give one of these IDs)"},
     {"RenameSetByName", kIMac, {"rename-set", "Automatic", "Büro"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", kIMacSet, "UserDefinedName"}, Str("Büro")); }},
-    {"RenameSetToNothing", kSets, {"rename-set", "Home", ""}, 2, "", "rename-set: a name cannot be empty", nullptr},
-    {"RenameSetOntoTakenName", kSets, {"rename-set", "3", "Home"}, 1, "",
-     "rename-set: a set is already called \"Home\" (ID 1); give another name, or --allow-duplicate", nullptr},
+    {"RenameSetToNothing", kSets, {"rename-set", "Home", ""}, 2, "a name cannot be empty"},
+    {"RenameSetOntoTakenName", kSets, {"rename-set", "3", "Home"}, 1,
+     "a set is already called \"Home\" (ID 1); give another name, or --allow-duplicate"},
     {"RenameSetOntoTakenNameAllowed", kSets, {"rename-set", "--allow-duplicate", "3", "Home"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", "3", "UserDefinedName"}, Str("Home")); }},
-    {"RenameSetToItsOwnName", kSets, {"rename-set", "1", "Home"}, 0, "", "", nullptr},
-    {"NewSetWithTakenName", kIMac, {"new-set", "Automatic"}, 1, "",
-     "new-set: a set is already called \"Automatic\" (ID " + kIMacSet + ")", nullptr},
-    {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "",
-     "delete-set: set 1 is the current set; switch to another set first", nullptr},
+    {"RenameSetToItsOwnName", kSets, {"rename-set", "1", "Home"}, 0, ""},
+    {"NewSetWithTakenName", kIMac, {"new-set", "Automatic"}, 1,
+     "a set is already called \"Automatic\" (ID " + kIMacSet + ")"},
+    {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "set 1 is the current set; switch to another set first"},
     {"DeleteSetByNegativeID", kOdd, {"delete-set", "-2147483646"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", "-2147483646"}, nullptr); }},
-    {"DeleteSetWhereASetListsAnUnlinkedService", kUnlinked, {"delete-set", "3"}, 1, "",
-     "delete-set: set 2 lists \"77\" in its service order, but has no link to such a service", nullptr},
-    {"DuplicateSetGetsAFreeName", kOdd, {"duplicate-set", "Home"}, 0, "6\n", "", [](Root) {}, "",
+    {"DeleteSetWhereASetListsAnUnlinkedService", kUnlinked, {"delete-set", "3"}, 1,
+     "set 2 lists \"77\" in its service order, but has no link to such a service"},
+    {"DuplicateSetGetsAFreeName", kOdd, {"duplicate-set", "Home"}, 0, "", "6\n", [](Root) {}, "",
      {{"Sets", "6"}, {"NetworkServices", "13"}, {"NetworkServices", "14"}}, {"services", "Home copy 2"},
      "13\tactive\ten0\tEthernet\n14\tinactive\ten1\tWi-Fi\n"},
     {"DeleteSetCollectsItsServices", kSets, {"delete-set", "2"}, 0, "", "",
      [](Root root) { Put(root, {"Sets", "2"}, nullptr), Put(root, {"NetworkServices", "12"}, nullptr); }},
-    {"DuplicateSetWithItsServices", kSets, {"duplicate-set", "Home", "Copy"}, 0, "5\n", "", [](Root) {}, "",
+    {"DuplicateSetWithItsServices", kSets, {"duplicate-set", "Home", "Copy"}, 0, "", "5\n", [](Root) {}, "",
      {{"Sets", "5"}, {"NetworkServices", "13"}, {"NetworkServices", "14"}}, {"services", "Copy"},
      "13\tactive\ten0\tEthernet\n14\tinactive\ten1\tWi-Fi\n"},
-    {"NewSetInRealStore", kIMac, {"new-set", "Lab"}, 0, kFirstID + "\n", "", [](Root) {}, "", kNewSetParts,
-     {"services", "Lab"},
-     kFirstID + "\tactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" + kThirdID +
-         "\tactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tactive\ten1\tAirPort\n"},
-    {"NewDialupSetOnEthernet", kSets, {"new-dialup-set", "Dial", "en0"}, 1, "",
-     "new-dialup-set: the network port of the device \"en0\" is not a modem", nullptr},
+    {"NewDialupSetOnEthernet", kSets, {"new-dialup-set", "Dial", "en0"}, 1,
+     "the network port of the device \"en0\" is not a modem"},
 
     // Services.
-    {"Services", kSets, {"services"}, 0, "10\tactive\ten0\tEthernet\n11\tinactive\ten1\tWi-Fi\n", "", nullptr},
-    {"ServicesOfSet", kSets, {"services", "2"}, 0, "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n", "", nullptr},
+    {"ServicesOfSet", kSets, {"services", "2"}, 0, "", "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n"},
     {"EnableService", kSets, {"enable-service", "Wi-Fi"}, 0, "", "",
      [](Root root) { Put(root, {"NetworkServices", "11", "__INACTIVE__"}, nullptr); }},
     {"DisableServiceWithSetOption", kSets, {"disable-service", "--set", "Home", "Ethernet"}, 0, "", "",
      [](Root root) { Put(root, {"NetworkServices", "10", "__INACTIVE__"}, Number(1)); }},
     {"RenameService", kMacBook, {"rename-service", "Wi-Fi", "WLAN"}, 0, "", "",
      [](Root root) { Put(root, {"NetworkServices", kMacBookWiFi, "UserDefinedName"}, Str("WLAN")); }},
-    {"RenameServiceAmbiguous", kSets, {"rename-service", "--set=2", "Ethernet", "LAN"}, 1, "",
-     "rename-service: \"Ethernet\" names 2 services of set 2: 12, 10 (give one of these IDs)", nullptr},
-    {"RenameServiceOntoTakenName", kMacBook, {"rename-service", "Wi-Fi", "Bluetooth PAN"}, 1, "",
-     "rename-service: a service of the current set is already called \"Bluetooth PAN\" (ID " + kMacBookPAN + ")",
-     nullptr},
-    {"DuplicateServiceGetsAFreeName", kMacBook, {"duplicate-service", "Wi-Fi"}, 0, kFirstID + "\n", "",
-     [](Root root) {
+    {"RenameServiceAmbiguous", kSets, {"rename-service", "--set=2", "Ethernet", "LAN"}, 1,
+     "\"Ethernet\" names 2 services of set 2: 12, 10 (give one of these IDs)"},
+    {"RenameServiceOntoTakenName", kMacBook, {"rename-service", "Wi-Fi", "Bluetooth PAN"}, 1,
+     "a service of the current set is already called \"Bluetooth PAN\" (ID " + kMacBookPAN + ")"},
+    {"DuplicateServiceGetsAFreeName", kMacBook, {"duplicate-service", "Wi-Fi"}, 0, "", kFirstID + "\n", [](Root root) {
          Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
          Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Str("Wi-Fi copy"));
          Link(root, kMacBookSet, kFirstID);
      }},
-    {"NewServiceWithTakenName", kSets, {"new-service", "en1", "Ethernet"}, 1, "",
-     "new-service: a service of the current set is already called \"Ethernet\" (ID 10)", nullptr},
+    {"NewServiceWithTakenName", kSets, {"new-service", "en1", "Ethernet"}, 1,
+     "a service of the current set is already called \"Ethernet\" (ID 10)"},
     {"OrderServices", kMacBook, {"order-services", "Wi-Fi", kMacBookPAN, "Bluetooth DUN"}, 0, "", "",
      [](Root root) { Put(root, InSet(kMacBookSet, kOrder), Strings({kMacBookWiFi, kMacBookPAN, kMacBookDUN})); }},
     {"OrderServicesOfOtherSet", kSets, {"order-services", "--set", "2", "10", "12"}, 0, "", "",
      [](Root root) { Put(root, InSet("2", kOrder), Strings({"10", "12"})); }},
-    {"OrderServicesLeavingOneOut", kMacBook, {"order-services", "Wi-Fi", "Bluetooth DUN"}, 2, "",
-     "order-services: the order leaves out service " + kMacBookPAN, nullptr},
-    {"OrderServicesNamingOneTwice", kSets, {"order-services", "10", "Ethernet", "11"}, 2, "",
-     "order-services: \"Ethernet\" names service 10, which is already in the order", nullptr},
-    {"OrderServicesNamingAnUnknownOne", kSets, {"order-services", "10", "11", "12"}, 1, "",
-     "order-services: no service of the current set has the ID or name \"12\"", nullptr},
-    {"RenameServiceOfOtherSet", kSets, {"rename-service", "12", "LAN"}, 1, "",
-     "rename-service: no service of the current set has the ID or name \"12\"", nullptr},
-    {"RenameServiceInUnknownSet", kSets, {"rename-service", "--set", "Lab", "10", "LAN"}, 1, "",
-     "rename-service: no set has the ID or name \"Lab\"", nullptr},
-    {"DeleteSharedServiceKeepsIt", kSets, {"delete-service", "Ethernet"}, 0, "", "",
-     [](Root root) {
+    {"OrderServicesLeavingOneOut", kMacBook, {"order-services", "Wi-Fi", "Bluetooth DUN"}, 2,
+     "the order leaves out service " + kMacBookPAN},
+    {"OrderServicesNamingOneTwice", kSets, {"order-services", "10", "Ethernet", "11"}, 2,
+     "\"Ethernet\" names service 10, which is already in the order"},
+    {"OrderServicesNamingAnUnknownOne", kSets, {"order-services", "10", "11", "12"}, 1,
+     "no service of the current set has the ID or name \"12\""},
+    {"RenameServiceInUnknownSet", kSets, {"rename-service", "--set", "Lab", "10", "LAN"}, 1,
+     "no set has the ID or name \"Lab\""},
+    {"DeleteSharedServiceKeepsIt", kSets, {"delete-service", "Ethernet"}, 0, "", "", [](Root root) {
          Put(root, InSet("1", {"Network", "Service", "10"}), nullptr);
          CFArrayRemoveValueAtIndex(ArrayAt(root, InSet("1", kOrder)), 0);  // Home's order is 10, 11
      }},
-    {"DuplicateServiceInRealStore", kMacBook, {"duplicate-service", "Wi-Fi", "WLAN"}, 0, kFirstID + "\n", "",
+    {"DuplicateServiceInRealStore", kMacBook, {"duplicate-service", "Wi-Fi", "WLAN"}, 0, "", kFirstID + "\n",
      [](Root root) {
          Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
          Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Str("WLAN"));
          Link(root, kMacBookSet, kFirstID);
      }},
-    {"NewServiceInOtherSet", kSets, {"new-service", "--set=2", "en1"}, 0, "13\n", "",
+    {"NewServiceInOtherSet", kSets, {"new-service", "--set=2", "en1"}, 0, "", "13\n",
      [](Root root) { Link(root, "2", "13"); }, "", {{"NetworkServices", "13"}}, {"services", "2"},
      "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n13\tactive\ten1\tAirPort\n"},
-    {"NewServiceForNoPort", kSets, {"new-service", "en7"}, 1, "",
-     "new-service: no network port has the device \"en7\"", nullptr},
+    {"NewServiceForNoPort", kSets, {"new-service", "en7"}, 1, "no network port has the device \"en7\""},
 
     // Entities.
-    {"Entity", kSets, {"entity", "Ethernet", "Proxies"}, 0,
-     kXMLHeader + "<dict>\n\t<key>HTTPEnable</key>\n\t<integer>0</integer>\n</dict>\n</plist>\n", "", nullptr},
-    {"EntityMissing", kSets, {"entity", "Wi-Fi", "Proxies"}, 1, "", "entity: service 11 has no \"Proxies\" entity",
-     nullptr},
-    {"EntityNotAProtocol", kSets, {"entity", "10", "UserDefinedName"}, 2, "",
-     "entity: \"UserDefinedName\" is a key of the service, not a protocol", nullptr},
+    {"Entity", kSets, {"entity", "Ethernet", "Proxies"}, 0, "",
+     kXMLHeader + "<dict>\n\t<key>HTTPEnable</key>\n\t<integer>0</integer>\n</dict>\n</plist>\n"},
+    {"EntityMissing", kSets, {"entity", "Wi-Fi", "Proxies"}, 1, "service 11 has no \"Proxies\" entity"},
+    {"EntityNotAProtocol", kSets, {"entity", "10", "UserDefinedName"}, 2,
+     "\"UserDefinedName\" is a key of the service, not a protocol"},
     {"SetEntityFromStandardInput", kSets, {"set-entity", "Wi-Fi", "Proxies", "-"}, 0, "", "",
-     [](Root root) { Put(root, {"NetworkServices", "11", "Proxies"}, Parsed(kProxyEntity)); },
-     kProxyEntity},
-    {"SetEntityBinaryInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2, "",
-     "set-entity: standard input is a binary property list; give the entity as XML", nullptr,
+     [](Root root) { Put(root, {"NetworkServices", "11", "Proxies"}, Parsed(kProxyEntity)); }, kProxyEntity},
+    {"SetEntityBinaryInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2,
+     "standard input is a binary property list; give the entity as XML", "", nullptr,
      Encoded(Parsed(kProxyEntity), PropertyListFormat::Binary)},
-    {"SetEntityArrayInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2, "",
-     "set-entity: standard input is not a property list whose root is a dictionary", nullptr,
+    {"SetEntityArrayInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2,
+     "standard input is not a property list whose root is a dictionary", "", nullptr,
      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<array/>\n</plist>\n"},
-    {"SetEntityMissingFile", kSets, {"set-entity", "10", "Proxies", "/nonexistent/proxies.plist"}, 1, "",
-     "set-entity: cannot read /nonexistent/proxies.plist: No such file or directory", nullptr},
-    {"SetEntityPathAsProtocol", kSets, {"set-entity", "10", "Proxies/HTTPProxy", "-"}, 2, "",
-     "set-entity: \"Proxies/HTTPProxy\" is not a protocol name", nullptr, kProxyEntity},
+    {"SetEntityMissingFile", kSets, {"set-entity", "10", "Proxies", "/nonexistent/proxies.plist"}, 1,
+     "cannot read /nonexistent/proxies.plist: No such file or directory"},
+    {"SetEntityPathAsProtocol", kSets, {"set-entity", "10", "Proxies/HTTPProxy", "-"}, 2,
+     "\"Proxies/HTTPProxy\" is not a protocol name", "", nullptr, kProxyEntity},
 
     // Proxies, IPv4 and DNS.
-    {"Proxies", kMacBook, {"proxies", "Wi-Fi"}, 0,
-     "ExceptionsList\t*.local\t169.254/16\nFTPPassive\t1\nHTTPEnable\t1\nHTTPPort\t8080\nHTTPProxy\t127.0.0.1\n", "",
-     nullptr},
-    {"ProxiesOfServiceWithoutThem", kSets, {"proxies", "Wi-Fi"}, 0, "", "", nullptr},
-    {"Info", kMacBook, {"info", "Wi-Fi"}, 0,
+    {"Proxies", kMacBook, {"proxies", "Wi-Fi"}, 0, "",
+     "ExceptionsList\t*.local\t169.254/16\nFTPPassive\t1\nHTTPEnable\t1\nHTTPPort\t8080\nHTTPProxy\t127.0.0.1\n"},
+    {"ProxiesOfServiceWithoutThem", kSets, {"proxies", "Wi-Fi"}, 0, ""},
+    {"Info", kMacBook, {"info", "Wi-Fi"}, 0, "",
      "id\t" + kMacBookWiFi + "\nname\tWi-Fi\nactive\tyes\ndevice\ten0\nipv4\tDHCP\nweb-proxy\ton\t127.0.0.1\t8080\n"
-     "bypass\t*.local\t169.254/16\n", "", nullptr},
-    {"InfoOfManualService", kOdd, {"info", "Wi-Fi"}, 0,
+     "bypass\t*.local\t169.254/16\n"},
+    {"InfoOfManualService", kOdd, {"info", "Wi-Fi"}, 0, "",
      "id\t11\nname\tWi-Fi\nactive\tno\ndevice\ten1\nipv4\tManual\naddresses\t10.0.0.2\nsubnet-masks\t255.0.0.0\n"
-     "router\t10.0.0.1\n", "", nullptr},
+     "router\t10.0.0.1\n"},
     {"SetWebProxyKeepsTheOtherKeys", kIMac, {"set-proxy", "Ethernet", "web", "proxy.example.com", "8080"}, 0, "", "",
      [](Root root) {
          Put(root, InService(kIMacEthernet, {"Proxies", "HTTPEnable"}), Number(1));
@@ -292,8 +274,7 @@ const Case kCases[] = {
          Put(root, InService(kIMacEthernet, {"Proxies", "HTTPPort"}), Number(8080));
      }},
     {"SetSocksProxyInBinaryStore", kBinary, {"set-proxy", "--set", "Automatic", "Wi-Fi", "socks", "fd00::1", "1080"},
-     0, "", "",
-     [](Root root) {
+     0, "", "", [](Root root) {
          Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSEnable"}), Number(1));
          Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSProxy"}), Str("fd00::1"));
          Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSPort"}), Number(1080));
@@ -312,22 +293,19 @@ const Case kCases[] = {
      }},
     {"SwitchPACOffKeepsTheURL", kIMac, {"set-pac", "Ethernet", "--off"}, 0, "", "",
      [](Root root) { Put(root, InService(kIMacEthernet, {"Proxies", "ProxyAutoConfigEnable"}), Number(0)); }},
-    {"SetIPv4ManualWithoutRouter", kMacBook, {"set-ipv4", "Wi-Fi", "manual", "192.168.1.10", "255.255.255.0"}, 0, "",
-     "",
-     [](Root root) {
+    {"SetIPv4ManualWithoutRouter", kMacBook, {"set-ipv4", "Wi-Fi", "manual", "192.168.1.10", "255.255.255.0"},
+     0, "", "", [](Root root) {
          Put(root, InService(kMacBookWiFi, {"IPv4"}),
              Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"192.168.1.10"})},
                    {"SubnetMasks", Strings({"255.255.255.0"})}}));
      }},
-    {"SetIPv4ManualWithRouter", kSets, {"set-ipv4", "Ethernet", "manual", "10.1.2.3", "255.255.0.0", "10.1.0.1"}, 0,
-     "", "",
-     [](Root root) {
+    {"SetIPv4ManualWithRouter", kSets, {"set-ipv4", "Ethernet", "manual", "10.1.2.3", "255.255.0.0", "10.1.0.1"},
+     0, "", "", [](Root root) {
          Put(root, InService("10", {"IPv4"}),
              Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"10.1.2.3"})},
                    {"SubnetMasks", Strings({"255.255.0.0"})}, {"Router", Str("10.1.0.1")}}));
      }},
-    {"SetIPv4ToBOOTPDropsAddressesAndClientID", kOdd, {"set-ipv4", "11", "bootp"}, 0, "", "",
-     [](Root root) {
+    {"SetIPv4ToBOOTPDropsAddressesAndClientID", kOdd, {"set-ipv4", "11", "bootp"}, 0, "", "", [](Root root) {
          Put(root, InService("11", {"IPv4"}), Dict({{"ConfigMethod", Str("BOOTP")}, {"Extra", Str("kept")}}));
      }},
     {"SetDNSInRealStore", kMacBook, {"set-dns", "Wi-Fi", "8.8.8.8", "1.1.1.1", "--search", "example.com"}, 0, "", "",
@@ -341,55 +319,49 @@ const Case kCases[] = {
      [](Root root) { Put(root, InService("10", {"DNS", "ServerAddresses"}), nullptr); }},
 
     // Malformed values: refused before the store is opened.
-    {"ProxyHostWithSpace", kSets, {"set-proxy", "10", "web", "proxy example", "80"}, 2, "",
-     "set-proxy: \"proxy example\" is not a host name or address", nullptr},
-    {"ProxyHostNumericButNoAddress", kSets, {"set-proxy", "10", "web", "10.0.0.256", "80"}, 2, "",
-     "set-proxy: \"10.0.0.256\" is not a host name or address", nullptr},
-    {"ProxyPortZero", kSets, {"set-proxy", "10", "web", "proxy.example.com", "0"}, 2, "",
-     "set-proxy: \"0\" is not a port (1 to 65535)", nullptr},
-    {"ProxyPortTooLarge", kSets, {"set-proxy", "10", "web", "proxy.example.com", "65536"}, 2, "",
-     "set-proxy: \"65536\" is not a port", nullptr},
-    {"ProxyKindUnknown", kSets, {"set-proxy", "10", "http", "proxy.example.com", "80"}, 2, "",
-     "set-proxy: \"http\" is not a kind of proxy", nullptr},
-    {"ProxyWithoutPort", kSets, {"set-proxy", "10", "web", "proxy.example.com"}, 2, "",
-     "set-proxy: give the HOST and PORT, or --off", nullptr},
-    {"ProxyOffWithHost", kSets, {"set-proxy", "10", "web", "--off", "proxy.example.com", "80"}, 2, "",
-     "set-proxy: --off takes no HOST and PORT", nullptr},
-    {"BypassWithSpace", kSets, {"set-proxy-bypass", "10", "a b"}, 2, "",
-     "set-proxy-bypass: \"a b\" is not a host, domain or network to bypass", nullptr},
-    {"PACWithoutScheme", kSets, {"set-pac", "10", "wpad.example.com/proxy.pac"}, 2, "",
-     "set-pac: \"wpad.example.com/proxy.pac\" is not a URL", nullptr},
-    {"IPv4AddressShort", kSets, {"set-ipv4", "10", "manual", "10.0.0", "255.255.255.0"}, 2, "",
-     "set-ipv4: the address \"10.0.0\" is not an IPv4 address", nullptr},
-    {"IPv4MaskWithHoles", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.255.0"}, 2, "",
-     "set-ipv4: \"255.0.255.0\" is not a subnet mask", nullptr},
-    {"IPv4RouterZero", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.0.0", "0.0.0.0"}, 2, "",
-     "set-ipv4: the router \"0.0.0.0\" is not an IPv4 address", nullptr},
-    {"IPv4DHCPWithAddress", kSets, {"set-ipv4", "10", "dhcp", "10.0.0.2"}, 2, "", "set-ipv4: dhcp takes no addresses",
-     nullptr},
-    {"IPv4ManualWithoutMask", kSets, {"set-ipv4", "10", "manual", "10.0.0.2"}, 2, "",
-     "set-ipv4: manual needs ADDRESS and MASK", nullptr},
-    {"DNSServerShort", kSets, {"set-dns", "10", "8.8.8"}, 2, "", "set-dns: the DNS server \"8.8.8\" is not", nullptr},
-    {"DNSSearchDomainWithSpace", kSets, {"set-dns", "10", "--search", "a b"}, 2, "",
-     "set-dns: \"a b\" is not a domain name", nullptr},
+    {"ProxyHostWithSpace", kSets, {"set-proxy", "10", "web", "proxy example", "80"}, 2,
+     "\"proxy example\" is not a host name or address"},
+    {"ProxyHostNumericButNoAddress", kSets, {"set-proxy", "10", "web", "10.0.0.256", "80"}, 2,
+     "\"10.0.0.256\" is not a host name or address"},
+    {"ProxyPortZero", kSets, {"set-proxy", "10", "web", "proxy.example.com", "0"}, 2,
+     "\"0\" is not a port (1 to 65535)"},
+    {"ProxyPortTooLarge", kSets, {"set-proxy", "10", "web", "proxy.example.com", "65536"}, 2,
+     "\"65536\" is not a port"},
+    {"ProxyKindUnknown", kSets, {"set-proxy", "10", "http", "proxy.example.com", "80"}, 2,
+     "\"http\" is not a kind of proxy"},
+    {"ProxyWithoutPort", kSets, {"set-proxy", "10", "web", "proxy.example.com"}, 2, "give the HOST and PORT, or --off"},
+    {"ProxyOffWithHost", kSets, {"set-proxy", "10", "web", "--off", "proxy.example.com", "80"}, 2,
+     "--off takes no HOST and PORT"},
+    {"BypassWithSpace", kSets, {"set-proxy-bypass", "10", "a b"}, 2,
+     "\"a b\" is not a host, domain or network to bypass"},
+    {"PACWithoutScheme", kSets, {"set-pac", "10", "wpad.example.com/proxy.pac"}, 2,
+     "\"wpad.example.com/proxy.pac\" is not a URL"},
+    {"IPv4AddressShort", kSets, {"set-ipv4", "10", "manual", "10.0.0", "255.255.255.0"}, 2,
+     "the address \"10.0.0\" is not an IPv4 address"},
+    {"IPv4MaskWithHoles", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.255.0"}, 2,
+     "\"255.0.255.0\" is not a subnet mask"},
+    {"IPv4RouterZero", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.0.0", "0.0.0.0"}, 2,
+     "the router \"0.0.0.0\" is not an IPv4 address"},
+    {"IPv4DHCPWithAddress", kSets, {"set-ipv4", "10", "dhcp", "10.0.0.2"}, 2, "dhcp takes no addresses"},
+    {"IPv4ManualWithoutMask", kSets, {"set-ipv4", "10", "manual", "10.0.0.2"}, 2, "manual needs ADDRESS and MASK"},
+    {"DNSServerShort", kSets, {"set-dns", "10", "8.8.8"}, 2, "the DNS server \"8.8.8\" is not"},
+    {"DNSSearchDomainWithSpace", kSets, {"set-dns", "10", "--search", "a b"}, 2, "\"a b\" is not a domain name"},
 
     // Ports and helpers.
-    {"Ports", kNone, {"ports"}, 0, kPorts, "", nullptr},
-    {"AppleTalkOffWhereOnlyInactiveServiceHasIt", kSets, {"appletalk"}, 0, "off\n", "", nullptr},
+    {"Ports", kNone, {"ports"}, 0, "", kPorts},
+    {"AppleTalkOffWhereOnlyInactiveServiceHasIt", kSets, {"appletalk"}, 0, "", "off\n"},
     {"AppleTalkOn", kSets, {"appletalk", "on"}, 0, "", "",
      [](Root root) { Put(root, {"NetworkServices", "10", "AppleTalk", "__INACTIVE__"}, nullptr); }},
-    {"AppleTalkBadState", kSets, {"appletalk", "yes"}, 2, "", "appletalk: \"yes\" is neither on nor off", nullptr},
-    {"DHCPServices", kMacBook, {"dhcp-services"}, 0,
-     "3896F922-5883-4D53-AC38-CEDEC0DAAAF3\tBluetooth PAN\n" + kMacBookWiFi + "\tWi-Fi\n", "", nullptr},
-    {"NewDialupSetInBinaryStore", kBinary, {"new-dialup-set", "Dial", "usbmodem1411"}, 0, kFirstID + "\n", "",
-     [](Root) {}, "", kNewSetParts, {"services", "Dial"},
-     kFirstID + "\tinactive\tmodem\tInternal Modem\n" + kSecondID + "\tactive\tusbmodem1411\tUSB Modem\n" +
-         kThirdID + "\tinactive\ten0\tBuilt-in Ethernet\n" + kFourthID + "\tinactive\ten1\tAirPort\n"},
+    {"AppleTalkBadState", kSets, {"appletalk", "yes"}, 2, "\"yes\" is neither on nor off"},
+    {"DHCPServices", kMacBook, {"dhcp-services"}, 0, "",
+     kMacBookPAN + "\tBluetooth PAN\n" + kMacBookWiFi + "\tWi-Fi\n"},
+    {"NewDialupSetInBinaryStore", kBinary, {"new-dialup-set", "Dial", "usbmodem1411"}, 0, "", kFirstID + "\n",
+     [](Root) {}, "", kNewSetParts, {"services", "Dial"}, NewSetListing(true)},
     {"DHCPReleaseEndsAsItBegan", kIMac, {"dhcp-release", "Ethernet"}, 0, "", "", [](Root) {}},
-    {"NewDialupSetWithoutModems", kSets, {"new-dialup-set", "Dial"}, 1, "",
-     "new-dialup-set: no network port is a modem", nullptr, "", {}, {}, "", ""},
-    {"PortsOfUnreadableRegistry", kSets, {"ports"}, 1, "",
-     "ports: MoreSCCreatePortArray failed with status -536870212 (kIOReturnError)", nullptr, "", {}, {}, "",
+    {"NewDialupSetWithoutModems", kSets, {"new-dialup-set", "Dial"}, 1, "no network port is a modem", "", nullptr, "",
+     {}, {}, "", ""},
+    {"PortsOfUnreadableRegistry", kSets, {"ports"}, 1,
+     "MoreSCCreatePortArray failed with status -536870212 (kIOReturnError)", "", nullptr, "", {}, {}, "",
      "not a registry"},
 };
 
@@ -416,7 +388,7 @@ TEST_P(MorescSubcommandTest, OutputStatusAndStore) {
         // One line of moresc's own, the last; the library may report before it.
         EXPECT_TRUE(run.err.ends_with("\n")) << run.err;
         std::string last = run.err.substr(run.err.rfind('\n', run.err.size() - 2) + 1);
-        EXPECT_TRUE(last.starts_with("moresc: " + row.message)) << run.err;
+        EXPECT_TRUE(last.starts_with("moresc: " + row.args[0] + ": " + row.message)) << run.err;
         EXPECT_EQ(run.err.find("moresc: "), run.err.rfind("moresc: ")) << run.err;
     }
     bool exists = std::filesystem::exists(root.storePath());

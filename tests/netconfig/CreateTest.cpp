@@ -24,10 +24,6 @@ using PortEntries = std::vector<std::pair<std::string, std::string>>;
 const PortEntries kEthernetPort = {{"UserDefinedName", "Built-in Ethernet"}, {"Hardware", "Ethernet"},
                                    {"Type", "Ethernet"}, {"DeviceName", "en0"}, {"MACAddress", "00:0a:95:9d:68:16"}};
 
-CFRef<CFStringRef> String(const std::string& text) {
-    return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
-}
-
 // A port dictionary as the port scanner describes a port.
 CFRef<CFDictionaryRef> Port(const PortEntries& entries) {
     CFRef<CFMutableDictionaryRef> port(

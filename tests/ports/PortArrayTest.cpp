@@ -320,41 +320,6 @@ TEST(PortArray, UnreadableSysfsFilesLeaveOutTheirPortInOneLine) {
     EXPECT_EQ(7, std::count(listing.errors.begin(), listing.errors.end(), '\n')) << listing.errors;
 }
 
-// Real Macs, each in its two forms, as the naming rules have them. Without
-// a callback, a Mac with Thunderbolt cannot list: its bridges' controllers
-// sit on a provider without a "name".
-TEST(PortArray, RealMacsGiveTheirPortsInEveryForm) {
-    const Texts powerMac = {"0 Internal Modem Modem PPP PPPSerial modem",
-                            "5 Built-in Ethernet Ethernet Ethernet en0 00:0a:95:6b:3d:ba",
-                            "6 PCI Ethernet Slot B Ethernet Ethernet en1 00:11:24:9a:1c:f0"};
-    const Texts macPro = {"2 bluetooth-modem-port Modem PPP PPPSerial Bluetooth-Modem",
-                          "4 bluetooth-pda-sync-port Modem PPP PPPSerial Bluetooth-PDA-Sync",
-                          "5 Built-in Ethernet Ethernet Ethernet en0 3c:07:54:7d:44:a2",
-                          "6 PCI Ethernet Slot AirPort, Port 2 Ethernet Ethernet en2 28:37:37:0a:8b:e7",
-                          "6 PCI Ethernet Slot unknown, Port 2 Ethernet Ethernet en1 3c:07:54:7d:57:31"};
-    const struct {
-        const char* file;
-        OSStatus err;
-        Texts ports;
-    } machines[] = {
-        {"PowerMac6,1-ioreg-l.txt", noErr, powerMac}, {"PowerMac6,1-ioreg-a.plist", noErr, powerMac},
-        {"MacPro5,1-ioreg-lw0.txt", noErr, macPro},   {"MacPro5,1-ioreg-a.plist", noErr, macPro},
-        {"iMac14,2.ioreg", -1, {}},                   {"iMac14,2-ioreg-a.plist", -1, {}},
-    };
-    MoreSCFSetPortNameCallback(nullptr);
-    for (const auto& machine : machines) {
-        TempRoot root;
-        std::string path = std::string(TARNWICK_REGISTRIES_DIR) + "/" + machine.file;
-        ::setenv("TARNWICK_IOREG", path.c_str(), 1);
-        Listing listing = ListPorts();
-        ::unsetenv("TARNWICK_IOREG");
-        EXPECT_EQ(machine.err, listing.err) << machine.file;
-        EXPECT_EQ(machine.ports, listing.Column({"SortOrder", "UserDefinedName", "Hardware", "Type", "SubType",
-                                                 "DeviceName", "MACAddress", "HardwareVariant"}))
-            << machine.file;
-    }
-}
-
 // On the machine running the tests, only this is certain: every Ethernet
 // interface with a device behind it is a port, with its MAC address.
 TEST(PortArray, TheRealMachineListsItsEthernetInterfaces) {

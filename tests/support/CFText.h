@@ -4,7 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/corefoundation/CFRef.h"
 #include "platform/corefoundation/CoreFoundation.h"
+
+// A string made from UTF-8 text.
+inline CFRef<CFStringRef> String(const std::string& text) {
+    return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8));
+}
 
 // A string's text in UTF-8; "(nil)", "(not a string)" or "(unreadable)"
 // otherwise.

@@ -12,9 +12,6 @@
 
 namespace {
 
-CFRef<CFStringRef> Str(const std::string& utf8) {
-    return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, utf8.c_str(), kCFStringEncodingUTF8));
-}
 CFRef<CFNumberRef> Int(int value) { return CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberIntType, &value)); }
 
 CFRef<CFMutableDictionaryRef> NewDict() {
@@ -29,7 +26,7 @@ CFRef<CFMutableDictionaryRef> NewDict() {
 // callbacks it holds none.
 TEST(CFContainers, ReferenceCountsThroughChanges) {
     auto a = Int(1), b = Int(2);
-    auto key = Str("key"), twin = Str("key");
+    auto key = String("key"), twin = String("key");
     const void* values[] = {a.get(), b.get(), a.get()};
     {
         CFRef<CFMutableArrayRef> list(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
@@ -70,7 +67,7 @@ TEST(CFContainers, ReferenceCountsThroughChanges) {
 // re-added key goes last, and many removals keep the rest in order.
 TEST(CFContainers, DictionaryKeepsInsertionOrder) {
     auto dict = NewDict();
-    for (const char* k : {"c", "a", "d", "b"}) CFDictionarySetValue(dict.get(), Str(k).get(), Int(0).get());
+    for (const char* k : {"c", "a", "d", "b"}) CFDictionarySetValue(dict.get(), String(k).get(), Int(0).get());
     CFDictionarySetValue(dict.get(), CFSTR("a"), Int(9).get());
     CFDictionaryRemoveValue(dict.get(), CFSTR("d"));
     CFDictionarySetValue(dict.get(), CFSTR("d"), Int(1).get());
@@ -79,9 +76,9 @@ TEST(CFContainers, DictionaryKeepsInsertionOrder) {
 
     auto big = NewDict();
     std::vector<std::string> kept;
-    for (int i = 0; i < 3000; ++i) CFDictionarySetValue(big.get(), Str(std::to_string(i)).get(), Int(i).get());
+    for (int i = 0; i < 3000; ++i) CFDictionarySetValue(big.get(), String(std::to_string(i)).get(), Int(i).get());
     for (int i = 0; i < 3000; ++i) {
-        if (i % 3 != 0) CFDictionaryRemoveValue(big.get(), Str(std::to_string(i)).get());
+        if (i % 3 != 0) CFDictionaryRemoveValue(big.get(), String(std::to_string(i)).get());
         else kept.push_back(std::to_string(i));
     }
     EXPECT_EQ(Keys(big.get()), kept);

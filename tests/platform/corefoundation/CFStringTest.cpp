@@ -11,14 +11,6 @@
 #include "platform/corefoundation/CoreFoundation.h"
 #include "support/CFText.h"
 
-namespace {
-
-CFRef<CFStringRef> Str(const char* utf8) {
-    return CFRef<CFStringRef>(CFStringCreateWithCString(nullptr, utf8, kCFStringEncodingUTF8));
-}
-
-}  // namespace
-
 // A conversion that does not fit, or meets a character the encoding lacks,
 // fails and never writes past the given size.
 TEST(CFString, BoundedConversionNeverWritesPastTheBuffer) {
@@ -40,7 +32,7 @@ TEST(CFString, BoundedConversionNeverWritesPastTheBuffer) {
     for (const Row& row : rows) {
         char buffer[9];
         std::memset(buffer, 'X', sizeof buffer);
-        EXPECT_EQ(CFStringGetCString(Str(row.text).get(), buffer, row.size, row.encoding), row.result != nullptr)
+        EXPECT_EQ(CFStringGetCString(String(row.text).get(), buffer, row.size, row.encoding), row.result != nullptr)
             << row.text << " in " << row.size;
         if (row.result != nullptr) {
             EXPECT_STREQ(buffer, row.result);
@@ -83,8 +75,8 @@ TEST(CFString, ComparisonOptions) {
     };
     // Each order is antisymmetric: the swapped pair compares the other way.
     for (const Row& row : rows) {
-        EXPECT_EQ(CFStringCompare(Str(row.a).get(), Str(row.b).get(), row.options), row.result) << row.a << " " << row.b;
-        EXPECT_EQ(CFStringCompare(Str(row.b).get(), Str(row.a).get(), row.options), -row.result) << row.b << " " << row.a;
+        EXPECT_EQ(CFStringCompare(String(row.a).get(), String(row.b).get(), row.options), row.result) << row.a << " " << row.b;
+        EXPECT_EQ(CFStringCompare(String(row.b).get(), String(row.a).get(), row.options), -row.result) << row.b << " " << row.a;
     }
 
     EXPECT_NE(CFStringCompare(CFSTR("a"), CFSTR("A"), kCFCompareLocalized), kCFCompareEqualTo);

@@ -60,6 +60,8 @@ std::string TextEntry(int depth, const std::string& name, const std::string& cla
     return text + lead + "  }\n" + lead + "  \n";
 }
 const std::string kRoot = TextEntry(0, "Root", "IORegistryEntry", {});
+// The root entry of a dump as "ioreg -a" writes it, left open for more keys.
+const std::string kPlistRoot = "<plist version=\"1.0\"><dict><key>IOObjectClass</key><string>IORegistryEntry</string>";
 
 }  // namespace
 
@@ -267,6 +269,7 @@ TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
         kern_return_t status;
         const char* fault;
     } rows[] = {
+        {"no file", [](auto&) {}, kIOReturnNotReadable, "No such file or directory"},
         {"a FIFO", [](auto& path) { ::mkfifo(path.c_str(), 0644); }, kIOReturnNotReadable, "it is a FIFO"},
         {"/dev/zero", [](auto& path) { std::filesystem::create_symlink("/dev/zero", path); }, kIOReturnNotReadable,
          "it is a device"},
@@ -276,6 +279,10 @@ TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
     };
     const std::pair<std::string, const char*> dumps[] = {
         {"hello", "neither a property list nor the text of ioreg"},
+        {"<plist version=\"1.0\"><dict/></plist>", "IOObjectClass"},
+        {kPlistRoot + "<key>IORegistryEntryChildren</key><string>x</string></dict></plist>", "not an array"},
+        {kPlistRoot + "<key>IORegistryEntryChildren</key><array><string>x</string></array></dict></plist>",
+         "not a dictionary"},
         {kRoot + "  +-o en0  <class IOEthernetInterface>\n    {\n      \"BSD Name\" = \"en0\"\n",
          "ends inside the properties of the IOEthernetInterface at IOService:/en0"},
         {deepEntries, "entries nested deeper than 512 levels"},

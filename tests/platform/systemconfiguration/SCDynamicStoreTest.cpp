@@ -51,10 +51,6 @@ using Strings = std::vector<std::string>;
 
 Store OpenStore() { return Store(SCDynamicStoreCreate(kCFAllocatorDefault, CFSTR("test"), nil, nil)); }
 
-CFRef<CFStringRef> String(const std::string& text) {
-    return CFRef<CFStringRef>(CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8));
-}
-
 Strings Keys(SCDynamicStoreRef store, const std::string& pattern) {
     CFRef<CFArrayRef> keys(SCDynamicStoreCopyKeyList(store, String(pattern).get()));
     return keys ? Texts(keys.get()) : Strings{"(failed)"};
