@@ -6,18 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "platform/corefoundation/CFRef.h"
-#include "platform/corefoundation/CoreFoundation.h"
+#include "platform/PlatformTestHelpers.h"
 #include "support/CFText.h"
 
 namespace {
 
 CFRef<CFNumberRef> Int(int value) { return CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberIntType, &value)); }
-
-CFRef<CFMutableDictionaryRef> NewDict() {
-    return CFRef<CFMutableDictionaryRef>(
-        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-}
 
 }  // namespace
 

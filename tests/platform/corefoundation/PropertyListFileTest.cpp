@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/corefoundation/CFRef.h"
+#include "platform/PlatformTestHelpers.h"
 #include "platform/corefoundation/PropertyListFile.h"
 #include "support/BinaryPlist.h"
 
@@ -68,11 +68,6 @@ CFRef<CFStringRef> Units(const std::u16string& text) {
         nullptr, reinterpret_cast<const UniChar*>(text.data()), static_cast<CFIndex>(text.size())));
 }
 
-CFRef<CFMutableDictionaryRef> NewDict() {
-    return CFRef<CFMutableDictionaryRef>(
-        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-}
-
 }  // namespace
 
 // One dictionary of every value type, read in reverse key order: written as
@@ -80,10 +75,8 @@ CFRef<CFMutableDictionaryRef> NewDict() {
 // writer's spelling; in both formats it reads back equal, with mutable
 // containers (the store changes them in place).
 TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
-    const struct {
-        const char* key;
-        std::string written, read;  // read: another spelling of the same value
-    } rows[] = {
+    // Each value as written, and read in another spelling of the same value.
+    const struct { const char* key; std::string written, read; } rows[] = {
         {"B", "<integer>9223372036854775807</integer>", ""},  // "B" sorts before "a"
         {"a", "<integer>-1</integer>", "<integer>18446744073709551615</integer>"},
         {"b", "<integer>255</integer>", "<integer>0xff</integer>"},
@@ -223,11 +216,7 @@ TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
     BinaryPlist numberKey;
     int number = numberKey.raw("\x10\x01");
     int value = numberKey.ascii("v");
-    const struct {
-        const char* what;
-        std::string bytes;
-        const char* fault;
-    } cases[] = {
+    const struct { const char* what; std::string bytes; const char* fault; } cases[] = {
         {"an array holding itself", BinaryWithValue([](BinaryPlist& p) {
              int self = p.array({});
              p.makeArray(self, {self});
