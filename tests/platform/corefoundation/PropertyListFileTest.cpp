@@ -12,6 +12,7 @@
 #include "platform/PlatformTestHelpers.h"
 #include "platform/corefoundation/PropertyListFile.h"
 #include "support/BinaryPlist.h"
+#include "support/CFText.h"
 
 namespace {
 
@@ -37,6 +38,15 @@ std::string Write(CFPropertyListRef tree, PropertyListFormat format) {
     std::string bytes, fault;
     EXPECT_TRUE(PropertyListEncodeFileBytes(tree, format, &bytes, &fault)) << fault;
     return bytes;
+}
+
+// The tree written in format and read back: equal to it, and read as that format.
+CFRef<CFMutableDictionaryRef> RoundTrip(CFDictionaryRef tree, PropertyListFormat format) {
+    std::string fault;
+    PropertyListFormat read = format == PropertyListFormat::XML ? PropertyListFormat::Binary : PropertyListFormat::XML;
+    auto back = Read(Write(tree, format), &fault, &read);
+    EXPECT_TRUE(back && read == format && CFEqual(tree, back.get())) << fault;
+    return back;
 }
 
 // A binary file of one dictionary { "k": value }, the value made by `make`.
@@ -110,11 +120,8 @@ TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
     EXPECT_EQ(Write(tree.get(), PropertyListFormat::XML), XMLFile("<dict>\n" + expected + "</dict>\n"));
 
     for (PropertyListFormat format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
-        PropertyListFormat read = PropertyListFormat::XML;
-        auto back = Read(Write(tree.get(), format), &fault, &read);
-        ASSERT_TRUE(back) << fault;
-        EXPECT_EQ(read, format);
-        EXPECT_TRUE(CFEqual(tree.get(), back.get()));
+        auto back = RoundTrip(tree.get(), format);
+        ASSERT_TRUE(back);
         auto list = static_cast<CFMutableArrayRef>(const_cast<void*>(CFDictionaryGetValue(back.get(), CFSTR("list"))));
         CFArrayAppendValue(list, CFSTR("more"));
         EXPECT_EQ(CFArrayGetCount(list), 3);
@@ -124,58 +131,42 @@ TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
 TEST(PropertyListFile, LargeBinaryTreesReadBackEqual) {
     // Past 255 and 65,535 objects the references widen; counts of 15 and
     // more, and long strings and data, take an extended length.
-    auto tree = NewDict();
     CFRef<CFMutableArrayRef> many(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     for (int i = 0; i < 70000; ++i) {
-        CFArrayAppendValue(many.get(), CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("item %d"), i)).get());
+        CFArrayAppendValue(many.get(), String("item " + std::to_string(i)).get());
         if (i % 1000 == 0) CFArrayAppendValue(many.get(), CFSTR("repeated"));
     }
-    CFDictionarySetValue(tree.get(), CFSTR("many"), many.get());
+    auto tree = DictOf(CFSTR("many"), many.get());
     auto wide = NewDict();
-    for (int i = 0; i < 300; ++i) {
-        SInt64 value = static_cast<SInt64>(i) * 1000003 - 150000000;
-        CFDictionarySetValue(wide.get(), CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("k\xC3\xA9y %d"), i)).get(),
-                             CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)).get());
+    for (SInt64 i = 0, value; i < 300; ++i) {
+        value = i * 1000003 - 150000000;
+        CFDictionarySetValue(wide.get(), String("k\xC3\xA9y " + std::to_string(i)).get(), CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)).get());
     }
     CFDictionarySetValue(tree.get(), CFSTR("a longer key than fifteen characters"), wide.get());
     std::vector<UInt8> blob(70000, 0xA5);
-    CFDictionarySetValue(tree.get(), CFSTR("blob"),
-                         CFRef<CFDataRef>(CFDataCreate(nullptr, blob.data(), static_cast<CFIndex>(blob.size()))).get());
-    std::string fault;
-    auto back = Read(Write(tree.get(), PropertyListFormat::Binary), &fault);
-    ASSERT_TRUE(back) << fault;
-    EXPECT_TRUE(CFEqual(tree.get(), back.get()));
+    CFDictionarySetValue(tree.get(), CFSTR("blob"), CFRef<CFDataRef>(CFDataCreate(nullptr, blob.data(), static_cast<CFIndex>(blob.size()))).get());
+    RoundTrip(tree.get(), PropertyListFormat::Binary);
 }
 
 TEST(PropertyListFile, StringsKeepEveryCharacterInBinaryAndXMLRefusesWhatItCannotCarry) {
     BinaryPlist plist;
-    int asciiKey = plist.ascii(std::string("k\0ey", 4));
-    int utf16Key = plist.ascii("wide");
-    int ascii = plist.ascii(std::string("keep\0this", 9));
-    int utf16 = plist.utf16(std::u16string(u"A\0", 2));
+    int asciiKey = plist.ascii(std::string("k\0ey", 4)), utf16Key = plist.ascii("wide");
+    int ascii = plist.ascii(std::string("keep\0this", 9)), utf16 = plist.utf16(std::u16string(u"A\0", 2));
     std::string fault;
-    auto tree = Read(plist.file(plist.dict({asciiKey, utf16Key}, {ascii, utf16})), &fault);
-    ASSERT_TRUE(tree) << fault;
-    EXPECT_EQ(CFDictionaryGetCount(tree.get()), 2);
-    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(tree.get(), Units(std::u16string(u"k\0ey", 4)).get()),
-                        Units(std::u16string(u"keep\0this", 9)).get()));
-    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(tree.get(), CFSTR("wide")), Units(std::u16string(u"A\0", 2)).get()));
-    auto again = Read(Write(tree.get(), PropertyListFormat::Binary), &fault);
-    ASSERT_TRUE(again) << fault;
-    EXPECT_TRUE(CFEqual(tree.get(), again.get()));
-
+    auto read = Read(plist.file(plist.dict({asciiKey, utf16Key}, {ascii, utf16})), &fault);
+    ASSERT_TRUE(read) << fault;
+    EXPECT_EQ(CFDictionaryGetCount(read.get()), 2);
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(read.get(), Units(std::u16string(u"k\0ey", 4)).get()), Units(std::u16string(u"keep\0this", 9)).get()));
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(read.get(), CFSTR("wide")), Units(std::u16string(u"A\0", 2)).get()));
+    RoundTrip(read.get(), PropertyListFormat::Binary);
     // Text beyond ASCII, Latin-1 included, is stored as UTF-16: one byte a
     // character would be read as another encoding elsewhere.
-    auto accented = NewDict();
-    CFDictionarySetValue(accented.get(), CFSTR("k"), Units(u"\u00e9").get());
-    EXPECT_NE(Write(accented.get(), PropertyListFormat::Binary).find(std::string("\x61\x00\xE9", 3)), std::string::npos);
+    EXPECT_NE(Write(DictOf(CFSTR("k"), Units(u"\u00e9").get()).get(), PropertyListFormat::Binary).find(std::string("\x61\x00\xE9", 3)), std::string::npos);
 
     // XML 1.0 has no way to write U+0000 (nor most control characters).
     for (const std::u16string& text : {std::u16string(u"A\0", 2), std::u16string(u"a\x1b"), std::u16string(u"\xD800")}) {
-        auto dict = NewDict();
-        CFDictionarySetValue(dict.get(), CFSTR("k"), Units(text).get());
         std::string written;
-        EXPECT_FALSE(PropertyListEncodeFileBytes(dict.get(), PropertyListFormat::XML, &written, &fault));
+        EXPECT_FALSE(PropertyListEncodeFileBytes(DictOf(CFSTR("k"), Units(text).get()).get(), PropertyListFormat::XML, &written, &fault));
         EXPECT_NE(fault.find("which an XML property list cannot carry"), std::string::npos) << fault;
     }
 }
@@ -195,8 +186,7 @@ TEST(PropertyListFile, NestingIsBoundedAlikeInBothFormatsAndByTheWriters) {
     // A tree one level too deep for the readers is not written either.
     auto tree = Read(NestedXML(kPropertyListMaxDepth, "<array>", "</array>"), &fault);
     ASSERT_TRUE(tree);
-    auto deeper = NewDict();
-    CFDictionarySetValue(deeper.get(), CFSTR("k"), tree.get());
+    auto deeper = DictOf(CFSTR("k"), tree.get());
     std::string written;
     for (auto format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
         EXPECT_TRUE(PropertyListEncodeFileBytes(tree.get(), format, &written, &fault)) << fault;
@@ -299,22 +289,16 @@ TEST(PropertyListFile, DataLinesNarrowWithTheirIndentationDownToEightTabs) {
     EXPECT_NE(xml.find(nine + "<data>\n" + Repeat(eight + "paWlpaWlpaWl\n", 6) + eight + "paWlpaWl\n" + nine + "</data>\n"),
               std::string::npos)
         << xml;
-    auto again = Read(xml, &fault);
-    ASSERT_TRUE(again) << fault;
-    EXPECT_TRUE(CFEqual(again.get(), tree.get()));
+    RoundTrip(tree.get(), PropertyListFormat::XML);
 }
 
 // The XML writer writes into whatever string it is given, growing it as the
 // text needs: a buffer too small by a little or by much, or large already
 // and holding old text, gives the same bytes.
 TEST(PropertyListFile, XMLIsTheSameWhateverBufferItIsWrittenInto) {
-    auto tree = NewDict();
     CFRef<CFMutableArrayRef> items(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
-    for (int i = 0; i < 30000; ++i) {
-        CFArrayAppendValue(items.get(),
-                           CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("<item> & %d"), i)).get());
-    }
-    CFDictionarySetValue(tree.get(), CFSTR("items"), items.get());
+    for (int i = 0; i < 30000; ++i) CFArrayAppendValue(items.get(), String("<item> & " + std::to_string(i)).get());
+    auto tree = DictOf(CFSTR("items"), items.get());
     const std::string expected = Write(tree.get(), PropertyListFormat::XML);
     ASSERT_GT(expected.size(), std::size_t(1) << 20);
     for (std::size_t room : {std::size_t(0), expected.size() - 1, expected.size() / 3, 3 * expected.size()}) {
