@@ -99,13 +99,10 @@ TEST(RegistryDump, TheTextFormReadsEveryKindOfValueAndNotesCutLines) {
     auto registry = ReadDump(text, &fault, &notes);
     ASSERT_TRUE(registry) << fault;
     ASSERT_EQ(2u, registry->size());
-    const char expected[] = R"(<plist version="1.0"><dict>
-        <key>string</key><string>say "hi" </string>
+    const char expected[] = R"(<plist version="1.0"><dict><key>string</key><string>say "hi" </string>
         <key>numbers</key><array><integer>0</integer><integer>-1</integer><integer>31</integer><integer>-5</integer></array>
-        <key>flags</key><dict><key>on</key><true/><key>off</key><false/></dict>
-        <key>hex</key><data>Cgs=</data>
-        <key>texts</key><data>YWIAYwA=</data>
-        <key>empty</key><array><data></data><array/><dict/></array>
+        <key>flags</key><dict><key>on</key><true/><key>off</key><false/></dict><key>hex</key><data>Cgs=</data>
+        <key>texts</key><data>YWIAYwA=</data><key>empty</key><array><data></data><array/><dict/></array>
         <key>nested</key><array><dict><key>k</key><array><dict><key>deep</key><string>x</string></dict></array></dict></array>
         <key>lines</key><string>first
 
@@ -126,14 +123,9 @@ namespace {
 // objects by number, a reference as {"CF$UID": number}.
 class SaveFile {
 public:
-    int Add(const std::string& xml) {
-        objects_.push_back(xml);
-        return static_cast<int>(objects_.size() - 1);
-    }
+    int Add(const std::string& xml) { objects_.push_back(xml); return static_cast<int>(objects_.size() - 1); }
     void Replace(int at, const std::string& xml) { objects_[static_cast<std::size_t>(at)] = xml; }
-    static std::string Ref(int number) {
-        return "<dict><key>CF$UID</key><integer>" + std::to_string(number) + "</integer></dict>";
-    }
+    static std::string Ref(int number) { return "<dict><key>CF$UID</key><integer>" + std::to_string(number) + "</integer></dict>"; }
     int String(const std::string& text) { return Add("<string>" + text + "</string>"); }
     int Array(const std::vector<int>& elements) {
         std::string refs;
