@@ -194,7 +194,7 @@ TEST(PropertyListFile, NestingIsBoundedAlikeInBothFormatsAndByTheWriters) {
     }
 }
 
-TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
+TEST(PropertyListFile, HostileAndBrokenFilesAreRefusedWithAReason) {
     BinaryPlist good;
     int key = good.ascii("k");
     const std::string valid = good.file(good.dict({key}, {key}));
@@ -206,45 +206,33 @@ TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
     BinaryPlist numberKey;
     int number = numberKey.raw("\x10\x01");
     int value = numberKey.ascii("v");
-    const struct { const char* what; std::string bytes; const char* fault; } cases[] = {
-        {"an array holding itself", BinaryWithValue([](BinaryPlist& p) {
+    // Broken binary files, then broken XML.
+    const std::pair<std::string, const char*> cases[] = {
+        {BinaryWithValue([](BinaryPlist& p) {  // an array holding itself
              int self = p.array({});
              p.makeArray(self, {self});
              return self;
          }),
          "contains itself"},
-        {"a reference past the last object", BinaryWithValue([](BinaryPlist&) { return 7; }), "past the last object"},
-        {"a string longer than the file",  // claims 65,536 characters
-         BinaryWithValue([](BinaryPlist& p) { return p.raw("\x5F\x12\x00\x01\x00\x00xyz"); }), "past the objects"},
-        {"a key that is a number", numberKey.file(numberKey.dict({number}, {value})), "key is not a string"},
-        {"a date", BinaryWithValue([](BinaryPlist& p) { return p.raw(std::string("\x33\0\0\0\0\0\0\0\0", 9)); }),
+        {BinaryWithValue([](BinaryPlist&) { return 7; }), "past the last object"},  // a reference past the last object
+        {BinaryWithValue([](BinaryPlist& p) { return p.raw("\x5F\x12\x00\x01\x00\x00xyz"); }), "past the objects"},  // 65,536 characters claimed
+        {numberKey.file(numberKey.dict({number}, {value})), "key is not a string"},  // a key that is a number
+        {BinaryWithValue([](BinaryPlist& p) { return p.raw(std::string("\x33\0\0\0\0\0\0\0\0", 9)); }),  // a date
          "unsupported value of type date"},
-        {"a UID", BinaryWithValue([](BinaryPlist& p) { return p.raw("\x80\x01"); }), "unsupported value of type uid"},
+        {BinaryWithValue([](BinaryPlist& p) { return p.raw("\x80\x01"); }), "unsupported value of type uid"},  // a UID
         // Forty arrays, each holding the next twice: 2^40 values when
         // expanded into a tree.
-        {"shared containers that expand", BinaryWithValue([](BinaryPlist& p) {
+        {BinaryWithValue([](BinaryPlist& p) {  // shared containers that expand
              int inner = p.ascii("x");
              for (int i = 0; i < 40; ++i) inner = p.array({inner, inner});
              return inner;
          }),
          "expand to more values"},
-        {"a reference size of 0", patched(25, 0), "trailer does not fit"},
-        {"an offset table past the end", patched(1, '\xF0'), "trailer does not fit"},
-        {"an object offset past the objects", patched(32 + 8 - 3, '\xF0'), "offset outside the file"},
-        {"an object offset into the header", patched(32 + 1, '\x03'), "offset outside the file"},
-        {"the magic alone", "bplist00", "too short"},
-    };
-    for (const auto& c : cases) {
-        std::string fault;
-        EXPECT_FALSE(Read(c.bytes, &fault)) << c.what;
-        EXPECT_NE(fault.find(c.fault), std::string::npos) << c.what << ": " << fault;
-    }
-    std::string fault;
-    EXPECT_TRUE(Read(valid, &fault)) << fault;
-}
-
-TEST(PropertyListFile, BrokenXMLIsRefusedWithAReason) {
-    const std::pair<std::string, const char*> cases[] = {
+        {patched(25, 0), "trailer does not fit"},  // a reference size of 0
+        {patched(1, '\xF0'), "trailer does not fit"},  // an offset table past the end
+        {patched(32 + 8 - 3, '\xF0'), "offset outside the file"},  // an object offset past the objects
+        {patched(32 + 1, '\x03'), "offset outside the file"},  // an object offset into the header
+        {"bplist00", "too short"},  // the magic alone
         {"", "empty file"},
         {kHeader + "<dict><key>k</key><string>x</string></dict>\n", "malformed"},  // no closing tag
         {XMLFile("<array><string>x</string></array>\n"), "root is not a dictionary"},
@@ -270,6 +258,8 @@ TEST(PropertyListFile, BrokenXMLIsRefusedWithAReason) {
         EXPECT_FALSE(Read(bytes, &fault)) << bytes;
         EXPECT_NE(fault.find(expected), std::string::npos) << bytes << ": " << fault;
     }
+    std::string fault;
+    EXPECT_TRUE(Read(valid, &fault)) << fault;
 }
 
 // 80 characters of base64: 68 a line one tab deep, 12 a line at eight tabs
