@@ -246,10 +246,8 @@ TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
     struct Row { const char* what; std::function<void(const std::filesystem::path&)> make; kern_return_t status; const char* fault; } rows[] = {
         {"no file", [](auto&) {}, kIOReturnNotReadable, "No such file or directory"},
         {"a FIFO", [](auto& path) { ::mkfifo(path.c_str(), 0644); }, kIOReturnNotReadable, "it is a FIFO"},
-        {"/dev/zero", [](auto& path) { std::filesystem::create_symlink("/dev/zero", path); }, kIOReturnNotReadable,
-         "it is a device"},
-        {"a file past the limit",
-         [](auto& path) { std::filesystem::resize_file((std::ofstream(path), path), kIORegistryMaxDumpSize + 1); },
+        {"/dev/zero", [](auto& path) { std::filesystem::create_symlink("/dev/zero", path); }, kIOReturnNotReadable, "it is a device"},
+        {"a file past the limit", [](auto& path) { std::filesystem::resize_file((std::ofstream(path), path), kIORegistryMaxDumpSize + 1); },
          kIOReturnNotReadable, "larger than the limit"},
     };
     const std::pair<std::string, const char*> dumps[] = {

@@ -459,15 +459,10 @@ TEST_F(SCPreferencesTest, TheLastSaveIsReusedOnlyWhileTheFileIsAsWritten) {
 TEST_F(SCPreferencesTest, OnlyASaveThatWritesClearsCrashedSavesLeftoversAndNothingElse) {
     root.installStore("imac-ethernet-pac.plist");
     const char* leftovers[] = {".preferences.plist.a1B2c3", ".preferences.plist.XXXXXX"};
-    const char* others[] = {
-        ".preferences.plist.a1B2c",   // five characters
-        ".preferences.plist.a1B2c3d",  // seven
-        ".preferences.plist.a1-2c3",  // not a letter or digit
-        "preferences.plist.a1B2c3",   // not hidden
-        ".other.plist.a1B2c3",        // another store's
-        ".preferences.plist.lock00",  // a folder of that name, below
-        ".preferences.plist.link00",  // a link of that name, below
-    };
+    // Five characters, seven, not a letter or digit, not hidden, another
+    // store's, and a folder and a link of a leftover's name.
+    const char* others[] = {".preferences.plist.a1B2c", ".preferences.plist.a1B2c3d", ".preferences.plist.a1-2c3", "preferences.plist.a1B2c3",
+                            ".other.plist.a1B2c3", ".preferences.plist.lock00", ".preferences.plist.link00"};
     for (const char* name : leftovers) root.write("/Library/Preferences/SystemConfiguration/" + std::string(name), "x");
     for (const std::string name : others) {
         if (name.ends_with("lock00")) fs::create_directory(folder() / name);
