@@ -267,18 +267,12 @@ TEST(PropertyListFile, HostileAndBrokenFilesAreRefusedWithAReason) {
 TEST(PropertyListFile, DataLinesNarrowWithTheirIndentationDownToEightTabs) {
     const std::string data = "<data>" + Repeat("paWl", 20) + "</data>";
     std::string fault;
-    auto tree = Read(XMLFile("<dict><key>shallow</key>" + data + "<key>t</key>" + Repeat("<array>", 8) + data +
-                             Repeat("</array>", 8) + "</dict>"),
-                     &fault);
+    auto tree = Read(XMLFile("<dict><key>shallow</key>" + data + "<key>t</key>" + Repeat("<array>", 8) + data + Repeat("</array>", 8) + "</dict>"), &fault);
     ASSERT_TRUE(tree) << fault;
     std::string xml = Write(tree.get(), PropertyListFormat::XML);
-    EXPECT_NE(xml.find("<key>shallow</key>\n\t<data>\n\t" + Repeat("paWl", 17) + "\n\tpaWlpaWlpaWl\n\t</data>\n"),
-              std::string::npos)
-        << xml;
+    EXPECT_NE(xml.find("<key>shallow</key>\n\t<data>\n\t" + Repeat("paWl", 17) + "\n\tpaWlpaWlpaWl\n\t</data>\n"), std::string::npos) << xml;
     const std::string eight(8, '\t'), nine(9, '\t');
-    EXPECT_NE(xml.find(nine + "<data>\n" + Repeat(eight + "paWlpaWlpaWl\n", 6) + eight + "paWlpaWl\n" + nine + "</data>\n"),
-              std::string::npos)
-        << xml;
+    EXPECT_NE(xml.find(nine + "<data>\n" + Repeat(eight + "paWlpaWlpaWl\n", 6) + eight + "paWlpaWl\n" + nine + "</data>\n"), std::string::npos) << xml;
     RoundTrip(tree.get(), PropertyListFormat::XML);
 }
 

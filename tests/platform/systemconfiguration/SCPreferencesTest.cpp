@@ -106,13 +106,10 @@ TEST_F(SCPreferencesTest, UnusableStoresAreRefusedInOneLine) {
     const fs::path store = root.storePath();
     const struct { const char* what; std::function<void()> make; int status; std::string fault; } cases[] = {
         {"an empty file", [&] { root.writeStore(""); }, kSCStatusFailed, "empty file"},
-        {"an array", [&] { root.writeStore("<plist version=\"1.0\"><array/></plist>"); }, kSCStatusFailed,
-         "root is not a dictionary"},
-        {"an unreadable file", [&] { fs::permissions(root.writeStore("<plist><dict/></plist>"), fs::perms::none); },
-         kSCStatusAccessError, "Permission denied"},
+        {"an array", [&] { root.writeStore("<plist version=\"1.0\"><array/></plist>"); }, kSCStatusFailed, "root is not a dictionary"},
+        {"an unreadable file", [&] { fs::permissions(root.writeStore("<plist><dict/></plist>"), fs::perms::none); }, kSCStatusAccessError, "Permission denied"},
         {"a FIFO", [&] { ASSERT_EQ(::mkfifo(store.c_str(), 0644), 0); }, kSCStatusFailed, "not a regular file but a FIFO"},
-        {"a link to /dev/zero", [&] { fs::create_symlink("/dev/zero", store); }, kSCStatusFailed,
-         "not a regular file but a device"},
+        {"a link to /dev/zero", [&] { fs::create_symlink("/dev/zero", store); }, kSCStatusFailed, "not a regular file but a device"},
         {"a folder", [&] { fs::create_directory(store); }, kSCStatusFailed, "not a regular file but a folder"},
         {"a file one byte over the limit", [&] { SparseStore(store, kSCPreferencesMaxFileSize + 1); }, kSCStatusFailed,
          "larger than the limit of 67108864 bytes"},
