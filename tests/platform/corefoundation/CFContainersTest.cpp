@@ -6,18 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "platform/corefoundation/CFRef.h"
-#include "platform/corefoundation/CoreFoundation.h"
+#include "platform/PlatformTestHelpers.h"
 #include "support/CFText.h"
 
 namespace {
 
 CFRef<CFNumberRef> Int(int value) { return CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberIntType, &value)); }
-
-CFRef<CFMutableDictionaryRef> NewDict() {
-    return CFRef<CFMutableDictionaryRef>(
-        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-}
 
 }  // namespace
 
@@ -27,12 +21,12 @@ CFRef<CFMutableDictionaryRef> NewDict() {
 TEST(CFContainers, ReferenceCountsThroughChanges) {
     auto a = Int(1), b = Int(2);
     auto key = String("key"), twin = String("key");
+    auto counts = [&] { return std::vector<CFIndex>{CFGetRetainCount(a.get()), CFGetRetainCount(b.get()), CFGetRetainCount(key.get())}; };
     const void* values[] = {a.get(), b.get(), a.get()};
     {
         CFRef<CFMutableArrayRef> list(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
         for (const void* value : {values[0], values[1], values[1]}) CFArrayAppendValue(list.get(), value);
-        EXPECT_EQ(CFGetRetainCount(a.get()), 2);
-        EXPECT_EQ(CFGetRetainCount(b.get()), 3);
+        EXPECT_EQ(counts(), (std::vector<CFIndex>{2, 3, 1}));
         CFArrayRemoveValueAtIndex(list.get(), 0);
         EXPECT_EQ(CFGetRetainCount(a.get()), 1);
 
@@ -41,17 +35,13 @@ TEST(CFContainers, ReferenceCountsThroughChanges) {
         CFDictionaryAddValue(dict.get(), key.get(), b.get());  // present: no change
         CFDictionarySetValue(dict.get(), key.get(), b.get());  // replaces a
         CFDictionarySetValue(dict.get(), key.get(), b.get());  // the same value again
-        EXPECT_EQ(CFGetRetainCount(key.get()), 2);
-        EXPECT_EQ(CFGetRetainCount(a.get()), 1);
-        EXPECT_EQ(CFGetRetainCount(b.get()), 4);
+        EXPECT_EQ(counts(), (std::vector<CFIndex>{1, 4, 2}));
         CFDictionaryRemoveValue(dict.get(), key.get());
         EXPECT_EQ(CFDictionaryGetCount(dict.get()), 0);
         EXPECT_EQ(CFGetRetainCount(key.get()), 1);
         CFDictionarySetValue(dict.get(), key.get(), a.get());
     }
-    EXPECT_EQ(CFGetRetainCount(a.get()), 1);
-    EXPECT_EQ(CFGetRetainCount(b.get()), 1);
-    EXPECT_EQ(CFGetRetainCount(key.get()), 1);
+    EXPECT_EQ(counts(), (std::vector<CFIndex>{1, 1, 1}));
 
     // Without callbacks nothing is retained and lookups compare addresses.
     CFRef<CFArrayRef> plain(CFArrayCreate(nullptr, values, 3, nullptr));

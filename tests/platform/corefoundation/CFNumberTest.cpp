@@ -20,14 +20,7 @@ CFRef<CFNumberRef> Num(CFNumberType type, T value) {
 // an integer keeps its low bits, as a C cast does, and a floating value is
 // truncated towards zero, or saturated when out of range.
 TEST(CFNumber, ReadsAreExactOrSayTheyAreNot) {
-    struct Row {
-        CFRef<CFNumberRef> number;
-        bool exactInt32;
-        SInt32 int32;
-        bool exactInt64;
-        SInt64 int64;
-    };
-    Row rows[] = {
+    const struct { CFRef<CFNumberRef> number; bool exactInt32; SInt32 int32; bool exactInt64; SInt64 int64; } rows[] = {
         {Num(kCFNumberSInt8Type, SInt8(-3)), true, -3, true, -3},
         {Num(kCFNumberLongType, (1L << 40) + 5), false, 5, true, (SInt64(1) << 40) + 5},
         {Num(kCFNumberDoubleType, 3.0), true, 3, true, 3},
@@ -35,7 +28,7 @@ TEST(CFNumber, ReadsAreExactOrSayTheyAreNot) {
         {Num(kCFNumberDoubleType, -2.75), false, -2, false, -2},
         {Num(kCFNumberDoubleType, 1e30), false, INT32_MAX, false, INT64_MAX},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SInt32 int32 = 7;
         SInt64 int64 = 7;
         EXPECT_EQ(CFNumberGetValue(row.number.get(), kCFNumberSInt32Type, &int32), row.exactInt32) << row.int64;

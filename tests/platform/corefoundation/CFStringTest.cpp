@@ -14,12 +14,7 @@
 // A conversion that does not fit, or meets a character the encoding lacks,
 // fails and never writes past the given size.
 TEST(CFString, BoundedConversionNeverWritesPastTheBuffer) {
-    struct Row {
-        const char* text;
-        CFIndex size;
-        CFStringEncoding encoding;
-        const char* result;  // nullptr: the conversion fails
-    } rows[] = {
+    const struct { const char* text; CFIndex size; CFStringEncoding encoding; const char* result; } rows[] = {  // result nil: it fails
         {"Sets", 5, kCFStringEncodingASCII, "Sets"},
         {"Sets", 4, kCFStringEncodingASCII, nullptr},
         {"Sets", 0, kCFStringEncodingASCII, nullptr},
@@ -29,7 +24,7 @@ TEST(CFString, BoundedConversionNeverWritesPastTheBuffer) {
         {"caf\xC3\xA9", 8, kCFStringEncodingISOLatin1, "caf\xE9"},
         {"caf\xC3\xA9", 8, kCFStringEncodingMacRoman, "caf\x8E"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         char buffer[9];
         std::memset(buffer, 'X', sizeof buffer);
         EXPECT_EQ(CFStringGetCString(String(row.text).get(), buffer, row.size, row.encoding), row.result != nullptr)
@@ -59,12 +54,7 @@ TEST(CFString, CreationRejectsBytesInvalidInTheEncoding) {
 }
 
 TEST(CFString, ComparisonOptions) {
-    struct Row {
-        const char* a;
-        const char* b;
-        CFStringCompareFlags options;
-        CFComparisonResult result;
-    } rows[] = {
+    const struct { const char* a; const char* b; CFStringCompareFlags options; CFComparisonResult result; } rows[] = {
         {"B", "a", 0, kCFCompareLessThan},
         {"B", "a", kCFCompareCaseInsensitive, kCFCompareGreaterThan},
         {"ÉCOLE Ÿ", "école ÿ", kCFCompareCaseInsensitive, kCFCompareEqualTo},
@@ -74,7 +64,7 @@ TEST(CFString, ComparisonOptions) {
         {"apple", "Banana", kCFCompareLocalized, kCFCompareLessThan},
     };
     // Each order is antisymmetric: the swapped pair compares the other way.
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         EXPECT_EQ(CFStringCompare(String(row.a).get(), String(row.b).get(), row.options), row.result) << row.a << " " << row.b;
         EXPECT_EQ(CFStringCompare(String(row.b).get(), String(row.a).get(), row.options), -row.result) << row.b << " " << row.a;
     }

@@ -9,9 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/corefoundation/CFRef.h"
+#include "platform/PlatformTestHelpers.h"
 #include "platform/corefoundation/PropertyListFile.h"
 #include "support/BinaryPlist.h"
+#include "support/CFText.h"
 
 namespace {
 
@@ -37,6 +38,15 @@ std::string Write(CFPropertyListRef tree, PropertyListFormat format) {
     std::string bytes, fault;
     EXPECT_TRUE(PropertyListEncodeFileBytes(tree, format, &bytes, &fault)) << fault;
     return bytes;
+}
+
+// The tree written in format and read back: equal to it, and read as that format.
+CFRef<CFMutableDictionaryRef> RoundTrip(CFDictionaryRef tree, PropertyListFormat format) {
+    std::string fault;
+    PropertyListFormat read = format == PropertyListFormat::XML ? PropertyListFormat::Binary : PropertyListFormat::XML;
+    auto back = Read(Write(tree, format), &fault, &read);
+    EXPECT_TRUE(back && read == format && CFEqual(tree, back.get())) << fault;
+    return back;
 }
 
 // A binary file of one dictionary { "k": value }, the value made by `make`.
@@ -68,11 +78,6 @@ CFRef<CFStringRef> Units(const std::u16string& text) {
         nullptr, reinterpret_cast<const UniChar*>(text.data()), static_cast<CFIndex>(text.size())));
 }
 
-CFRef<CFMutableDictionaryRef> NewDict() {
-    return CFRef<CFMutableDictionaryRef>(
-        CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-}
-
 }  // namespace
 
 // One dictionary of every value type, read in reverse key order: written as
@@ -80,10 +85,8 @@ CFRef<CFMutableDictionaryRef> NewDict() {
 // writer's spelling; in both formats it reads back equal, with mutable
 // containers (the store changes them in place).
 TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
-    const struct {
-        const char* key;
-        std::string written, read;  // read: another spelling of the same value
-    } rows[] = {
+    // Each value as written, and read in another spelling of the same value.
+    const struct { const char* key; std::string written, read; } rows[] = {
         {"B", "<integer>9223372036854775807</integer>", ""},  // "B" sorts before "a"
         {"a", "<integer>-1</integer>", "<integer>18446744073709551615</integer>"},
         {"b", "<integer>255</integer>", "<integer>0xff</integer>"},
@@ -117,11 +120,8 @@ TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
     EXPECT_EQ(Write(tree.get(), PropertyListFormat::XML), XMLFile("<dict>\n" + expected + "</dict>\n"));
 
     for (PropertyListFormat format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
-        PropertyListFormat read = PropertyListFormat::XML;
-        auto back = Read(Write(tree.get(), format), &fault, &read);
-        ASSERT_TRUE(back) << fault;
-        EXPECT_EQ(read, format);
-        EXPECT_TRUE(CFEqual(tree.get(), back.get()));
+        auto back = RoundTrip(tree.get(), format);
+        ASSERT_TRUE(back);
         auto list = static_cast<CFMutableArrayRef>(const_cast<void*>(CFDictionaryGetValue(back.get(), CFSTR("list"))));
         CFArrayAppendValue(list, CFSTR("more"));
         EXPECT_EQ(CFArrayGetCount(list), 3);
@@ -131,58 +131,42 @@ TEST(PropertyListFile, ValuesKeepTypeAndSpellingAndKeysSortByUTF16) {
 TEST(PropertyListFile, LargeBinaryTreesReadBackEqual) {
     // Past 255 and 65,535 objects the references widen; counts of 15 and
     // more, and long strings and data, take an extended length.
-    auto tree = NewDict();
     CFRef<CFMutableArrayRef> many(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
     for (int i = 0; i < 70000; ++i) {
-        CFArrayAppendValue(many.get(), CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("item %d"), i)).get());
+        CFArrayAppendValue(many.get(), String("item " + std::to_string(i)).get());
         if (i % 1000 == 0) CFArrayAppendValue(many.get(), CFSTR("repeated"));
     }
-    CFDictionarySetValue(tree.get(), CFSTR("many"), many.get());
+    auto tree = DictOf(CFSTR("many"), many.get());
     auto wide = NewDict();
-    for (int i = 0; i < 300; ++i) {
-        SInt64 value = static_cast<SInt64>(i) * 1000003 - 150000000;
-        CFDictionarySetValue(wide.get(), CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("k\xC3\xA9y %d"), i)).get(),
-                             CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)).get());
+    for (SInt64 i = 0, value; i < 300; ++i) {
+        value = i * 1000003 - 150000000;
+        CFDictionarySetValue(wide.get(), String("k\xC3\xA9y " + std::to_string(i)).get(), CFRef<CFNumberRef>(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value)).get());
     }
     CFDictionarySetValue(tree.get(), CFSTR("a longer key than fifteen characters"), wide.get());
     std::vector<UInt8> blob(70000, 0xA5);
-    CFDictionarySetValue(tree.get(), CFSTR("blob"),
-                         CFRef<CFDataRef>(CFDataCreate(nullptr, blob.data(), static_cast<CFIndex>(blob.size()))).get());
-    std::string fault;
-    auto back = Read(Write(tree.get(), PropertyListFormat::Binary), &fault);
-    ASSERT_TRUE(back) << fault;
-    EXPECT_TRUE(CFEqual(tree.get(), back.get()));
+    CFDictionarySetValue(tree.get(), CFSTR("blob"), CFRef<CFDataRef>(CFDataCreate(nullptr, blob.data(), static_cast<CFIndex>(blob.size()))).get());
+    RoundTrip(tree.get(), PropertyListFormat::Binary);
 }
 
 TEST(PropertyListFile, StringsKeepEveryCharacterInBinaryAndXMLRefusesWhatItCannotCarry) {
     BinaryPlist plist;
-    int asciiKey = plist.ascii(std::string("k\0ey", 4));
-    int utf16Key = plist.ascii("wide");
-    int ascii = plist.ascii(std::string("keep\0this", 9));
-    int utf16 = plist.utf16(std::u16string(u"A\0", 2));
+    int asciiKey = plist.ascii(std::string("k\0ey", 4)), utf16Key = plist.ascii("wide");
+    int ascii = plist.ascii(std::string("keep\0this", 9)), utf16 = plist.utf16(std::u16string(u"A\0", 2));
     std::string fault;
-    auto tree = Read(plist.file(plist.dict({asciiKey, utf16Key}, {ascii, utf16})), &fault);
-    ASSERT_TRUE(tree) << fault;
-    EXPECT_EQ(CFDictionaryGetCount(tree.get()), 2);
-    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(tree.get(), Units(std::u16string(u"k\0ey", 4)).get()),
-                        Units(std::u16string(u"keep\0this", 9)).get()));
-    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(tree.get(), CFSTR("wide")), Units(std::u16string(u"A\0", 2)).get()));
-    auto again = Read(Write(tree.get(), PropertyListFormat::Binary), &fault);
-    ASSERT_TRUE(again) << fault;
-    EXPECT_TRUE(CFEqual(tree.get(), again.get()));
-
+    auto read = Read(plist.file(plist.dict({asciiKey, utf16Key}, {ascii, utf16})), &fault);
+    ASSERT_TRUE(read) << fault;
+    EXPECT_EQ(CFDictionaryGetCount(read.get()), 2);
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(read.get(), Units(std::u16string(u"k\0ey", 4)).get()), Units(std::u16string(u"keep\0this", 9)).get()));
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(read.get(), CFSTR("wide")), Units(std::u16string(u"A\0", 2)).get()));
+    RoundTrip(read.get(), PropertyListFormat::Binary);
     // Text beyond ASCII, Latin-1 included, is stored as UTF-16: one byte a
     // character would be read as another encoding elsewhere.
-    auto accented = NewDict();
-    CFDictionarySetValue(accented.get(), CFSTR("k"), Units(u"\u00e9").get());
-    EXPECT_NE(Write(accented.get(), PropertyListFormat::Binary).find(std::string("\x61\x00\xE9", 3)), std::string::npos);
+    EXPECT_NE(Write(DictOf(CFSTR("k"), Units(u"\u00e9").get()).get(), PropertyListFormat::Binary).find(std::string("\x61\x00\xE9", 3)), std::string::npos);
 
     // XML 1.0 has no way to write U+0000 (nor most control characters).
     for (const std::u16string& text : {std::u16string(u"A\0", 2), std::u16string(u"a\x1b"), std::u16string(u"\xD800")}) {
-        auto dict = NewDict();
-        CFDictionarySetValue(dict.get(), CFSTR("k"), Units(text).get());
         std::string written;
-        EXPECT_FALSE(PropertyListEncodeFileBytes(dict.get(), PropertyListFormat::XML, &written, &fault));
+        EXPECT_FALSE(PropertyListEncodeFileBytes(DictOf(CFSTR("k"), Units(text).get()).get(), PropertyListFormat::XML, &written, &fault));
         EXPECT_NE(fault.find("which an XML property list cannot carry"), std::string::npos) << fault;
     }
 }
@@ -202,8 +186,7 @@ TEST(PropertyListFile, NestingIsBoundedAlikeInBothFormatsAndByTheWriters) {
     // A tree one level too deep for the readers is not written either.
     auto tree = Read(NestedXML(kPropertyListMaxDepth, "<array>", "</array>"), &fault);
     ASSERT_TRUE(tree);
-    auto deeper = NewDict();
-    CFDictionarySetValue(deeper.get(), CFSTR("k"), tree.get());
+    auto deeper = DictOf(CFSTR("k"), tree.get());
     std::string written;
     for (auto format : {PropertyListFormat::XML, PropertyListFormat::Binary}) {
         EXPECT_TRUE(PropertyListEncodeFileBytes(tree.get(), format, &written, &fault)) << fault;
@@ -211,7 +194,7 @@ TEST(PropertyListFile, NestingIsBoundedAlikeInBothFormatsAndByTheWriters) {
     }
 }
 
-TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
+TEST(PropertyListFile, HostileAndBrokenFilesAreRefusedWithAReason) {
     BinaryPlist good;
     int key = good.ascii("k");
     const std::string valid = good.file(good.dict({key}, {key}));
@@ -223,49 +206,33 @@ TEST(PropertyListFile, HostileBinaryFilesAreRefusedWithAReason) {
     BinaryPlist numberKey;
     int number = numberKey.raw("\x10\x01");
     int value = numberKey.ascii("v");
-    const struct {
-        const char* what;
-        std::string bytes;
-        const char* fault;
-    } cases[] = {
-        {"an array holding itself", BinaryWithValue([](BinaryPlist& p) {
+    // Broken binary files, then broken XML.
+    const std::pair<std::string, const char*> cases[] = {
+        {BinaryWithValue([](BinaryPlist& p) {  // an array holding itself
              int self = p.array({});
              p.makeArray(self, {self});
              return self;
          }),
          "contains itself"},
-        {"a reference past the last object", BinaryWithValue([](BinaryPlist&) { return 7; }), "past the last object"},
-        {"a string longer than the file",  // claims 65,536 characters
-         BinaryWithValue([](BinaryPlist& p) { return p.raw("\x5F\x12\x00\x01\x00\x00xyz"); }), "past the objects"},
-        {"a key that is a number", numberKey.file(numberKey.dict({number}, {value})), "key is not a string"},
-        {"a date", BinaryWithValue([](BinaryPlist& p) { return p.raw(std::string("\x33\0\0\0\0\0\0\0\0", 9)); }),
+        {BinaryWithValue([](BinaryPlist&) { return 7; }), "past the last object"},  // a reference past the last object
+        {BinaryWithValue([](BinaryPlist& p) { return p.raw("\x5F\x12\x00\x01\x00\x00xyz"); }), "past the objects"},  // 65,536 characters claimed
+        {numberKey.file(numberKey.dict({number}, {value})), "key is not a string"},  // a key that is a number
+        {BinaryWithValue([](BinaryPlist& p) { return p.raw(std::string("\x33\0\0\0\0\0\0\0\0", 9)); }),  // a date
          "unsupported value of type date"},
-        {"a UID", BinaryWithValue([](BinaryPlist& p) { return p.raw("\x80\x01"); }), "unsupported value of type uid"},
+        {BinaryWithValue([](BinaryPlist& p) { return p.raw("\x80\x01"); }), "unsupported value of type uid"},  // a UID
         // Forty arrays, each holding the next twice: 2^40 values when
         // expanded into a tree.
-        {"shared containers that expand", BinaryWithValue([](BinaryPlist& p) {
+        {BinaryWithValue([](BinaryPlist& p) {  // shared containers that expand
              int inner = p.ascii("x");
              for (int i = 0; i < 40; ++i) inner = p.array({inner, inner});
              return inner;
          }),
          "expand to more values"},
-        {"a reference size of 0", patched(25, 0), "trailer does not fit"},
-        {"an offset table past the end", patched(1, '\xF0'), "trailer does not fit"},
-        {"an object offset past the objects", patched(32 + 8 - 3, '\xF0'), "offset outside the file"},
-        {"an object offset into the header", patched(32 + 1, '\x03'), "offset outside the file"},
-        {"the magic alone", "bplist00", "too short"},
-    };
-    for (const auto& c : cases) {
-        std::string fault;
-        EXPECT_FALSE(Read(c.bytes, &fault)) << c.what;
-        EXPECT_NE(fault.find(c.fault), std::string::npos) << c.what << ": " << fault;
-    }
-    std::string fault;
-    EXPECT_TRUE(Read(valid, &fault)) << fault;
-}
-
-TEST(PropertyListFile, BrokenXMLIsRefusedWithAReason) {
-    const std::pair<std::string, const char*> cases[] = {
+        {patched(25, 0), "trailer does not fit"},  // a reference size of 0
+        {patched(1, '\xF0'), "trailer does not fit"},  // an offset table past the end
+        {patched(32 + 8 - 3, '\xF0'), "offset outside the file"},  // an object offset past the objects
+        {patched(32 + 1, '\x03'), "offset outside the file"},  // an object offset into the header
+        {"bplist00", "too short"},  // the magic alone
         {"", "empty file"},
         {kHeader + "<dict><key>k</key><string>x</string></dict>\n", "malformed"},  // no closing tag
         {XMLFile("<array><string>x</string></array>\n"), "root is not a dictionary"},
@@ -291,6 +258,8 @@ TEST(PropertyListFile, BrokenXMLIsRefusedWithAReason) {
         EXPECT_FALSE(Read(bytes, &fault)) << bytes;
         EXPECT_NE(fault.find(expected), std::string::npos) << bytes << ": " << fault;
     }
+    std::string fault;
+    EXPECT_TRUE(Read(valid, &fault)) << fault;
 }
 
 // 80 characters of base64: 68 a line one tab deep, 12 a line at eight tabs
@@ -298,34 +267,22 @@ TEST(PropertyListFile, BrokenXMLIsRefusedWithAReason) {
 TEST(PropertyListFile, DataLinesNarrowWithTheirIndentationDownToEightTabs) {
     const std::string data = "<data>" + Repeat("paWl", 20) + "</data>";
     std::string fault;
-    auto tree = Read(XMLFile("<dict><key>shallow</key>" + data + "<key>t</key>" + Repeat("<array>", 8) + data +
-                             Repeat("</array>", 8) + "</dict>"),
-                     &fault);
+    auto tree = Read(XMLFile("<dict><key>shallow</key>" + data + "<key>t</key>" + Repeat("<array>", 8) + data + Repeat("</array>", 8) + "</dict>"), &fault);
     ASSERT_TRUE(tree) << fault;
     std::string xml = Write(tree.get(), PropertyListFormat::XML);
-    EXPECT_NE(xml.find("<key>shallow</key>\n\t<data>\n\t" + Repeat("paWl", 17) + "\n\tpaWlpaWlpaWl\n\t</data>\n"),
-              std::string::npos)
-        << xml;
+    EXPECT_NE(xml.find("<key>shallow</key>\n\t<data>\n\t" + Repeat("paWl", 17) + "\n\tpaWlpaWlpaWl\n\t</data>\n"), std::string::npos) << xml;
     const std::string eight(8, '\t'), nine(9, '\t');
-    EXPECT_NE(xml.find(nine + "<data>\n" + Repeat(eight + "paWlpaWlpaWl\n", 6) + eight + "paWlpaWl\n" + nine + "</data>\n"),
-              std::string::npos)
-        << xml;
-    auto again = Read(xml, &fault);
-    ASSERT_TRUE(again) << fault;
-    EXPECT_TRUE(CFEqual(again.get(), tree.get()));
+    EXPECT_NE(xml.find(nine + "<data>\n" + Repeat(eight + "paWlpaWlpaWl\n", 6) + eight + "paWlpaWl\n" + nine + "</data>\n"), std::string::npos) << xml;
+    RoundTrip(tree.get(), PropertyListFormat::XML);
 }
 
 // The XML writer writes into whatever string it is given, growing it as the
 // text needs: a buffer too small by a little or by much, or large already
 // and holding old text, gives the same bytes.
 TEST(PropertyListFile, XMLIsTheSameWhateverBufferItIsWrittenInto) {
-    auto tree = NewDict();
     CFRef<CFMutableArrayRef> items(CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks));
-    for (int i = 0; i < 30000; ++i) {
-        CFArrayAppendValue(items.get(),
-                           CFRef<CFStringRef>(CFStringCreateWithFormat(nullptr, nil, CFSTR("<item> & %d"), i)).get());
-    }
-    CFDictionarySetValue(tree.get(), CFSTR("items"), items.get());
+    for (int i = 0; i < 30000; ++i) CFArrayAppendValue(items.get(), String("<item> & " + std::to_string(i)).get());
+    auto tree = DictOf(CFSTR("items"), items.get());
     const std::string expected = Write(tree.get(), PropertyListFormat::XML);
     ASSERT_GT(expected.size(), std::size_t(1) << 20);
     for (std::size_t room : {std::size_t(0), expected.size() - 1, expected.size() / 3, 3 * expected.size()}) {

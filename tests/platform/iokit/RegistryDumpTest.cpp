@@ -11,6 +11,7 @@
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/iokit/IOKitLib.h"
 #include "platform/iokit/IORegistry.h"
+#include "platform/PlatformTestHelpers.h"
 #include "support/BinaryPlist.h"
 #include "support/StderrCapture.h"
 #include "support/TempRoot.h"
@@ -98,13 +99,10 @@ TEST(RegistryDump, TheTextFormReadsEveryKindOfValueAndNotesCutLines) {
     auto registry = ReadDump(text, &fault, &notes);
     ASSERT_TRUE(registry) << fault;
     ASSERT_EQ(2u, registry->size());
-    const char expected[] = R"(<plist version="1.0"><dict>
-        <key>string</key><string>say "hi" </string>
+    const char expected[] = R"(<plist version="1.0"><dict><key>string</key><string>say "hi" </string>
         <key>numbers</key><array><integer>0</integer><integer>-1</integer><integer>31</integer><integer>-5</integer></array>
-        <key>flags</key><dict><key>on</key><true/><key>off</key><false/></dict>
-        <key>hex</key><data>Cgs=</data>
-        <key>texts</key><data>YWIAYwA=</data>
-        <key>empty</key><array><data></data><array/><dict/></array>
+        <key>flags</key><dict><key>on</key><true/><key>off</key><false/></dict><key>hex</key><data>Cgs=</data>
+        <key>texts</key><data>YWIAYwA=</data><key>empty</key><array><data></data><array/><dict/></array>
         <key>nested</key><array><dict><key>k</key><array><dict><key>deep</key><string>x</string></dict></array></dict></array>
         <key>lines</key><string>first
 
@@ -125,14 +123,9 @@ namespace {
 // objects by number, a reference as {"CF$UID": number}.
 class SaveFile {
 public:
-    int Add(const std::string& xml) {
-        objects_.push_back(xml);
-        return static_cast<int>(objects_.size() - 1);
-    }
+    int Add(const std::string& xml) { objects_.push_back(xml); return static_cast<int>(objects_.size() - 1); }
     void Replace(int at, const std::string& xml) { objects_[static_cast<std::size_t>(at)] = xml; }
-    static std::string Ref(int number) {
-        return "<dict><key>CF$UID</key><integer>" + std::to_string(number) + "</integer></dict>";
-    }
+    static std::string Ref(int number) { return "<dict><key>CF$UID</key><integer>" + std::to_string(number) + "</integer></dict>"; }
     int String(const std::string& text) { return Add("<string>" + text + "</string>"); }
     int Array(const std::vector<int>& elements) {
         std::string refs;
@@ -169,16 +162,12 @@ public:
     static constexpr const char* kNoProperties = "<plist version=\"1.0\"><dict/></plist>";
 
 private:
+    // The bytes in base64, as the property-list writer spells data.
     static std::string Base64(const std::string& bytes) {
-        static const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-        std::string text;
-        for (std::size_t i = 0; i < bytes.size(); i += 3) {
-            unsigned chunk = static_cast<unsigned char>(bytes[i]) << 16;
-            if (i + 1 < bytes.size()) chunk |= static_cast<unsigned char>(bytes[i + 1]) << 8;
-            if (i + 2 < bytes.size()) chunk |= static_cast<unsigned char>(bytes[i + 2]);
-            for (std::size_t j = 0; j < 4; ++j) text += i + j <= bytes.size() ? digits[(chunk >> (18 - 6 * j)) & 63] : '=';
-        }
-        return text;
+        CFRef<CFDataRef> data(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()), CFIndex(bytes.size())));
+        std::string xml, fault;
+        EXPECT_TRUE(PropertyListEncodeFileBytes(DictOf(CFSTR("k"), data.get()).get(), PropertyListFormat::XML, &xml, &fault));
+        return xml.substr(xml.find("<data>") + 6, xml.find("</data>") - xml.find("<data>") - 6);
     }
     std::vector<std::string> objects_{"<string>$null</string>"};
 };
@@ -237,19 +226,10 @@ TEST(RegistryDump, PortsWithoutTheNamesTheyAreUsedByMatchNoQueryAndAreNoted) {
                                  {R"("IOSerialBSDClientType" = "IOModemSerialStream")", R"("IOTTYBaseName" = "modem")"});
     TempRoot root;
     std::string path = root.write("/registry.txt", text).string();
-    ::setenv("TARNWICK_IOREG", path.c_str(), 1);
+    RegistryDumpAt dump(path);
     StderrCapture reports;
-    io_iterator_t iterator = 0;
-    std::vector<io_object_t> found;
-    for (const char* className : {kIOEthernetInterfaceClass, kIOSerialBSDServiceValue}) {
-        ASSERT_EQ(kIOReturnSuccess,
-                  IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching(className), &iterator));
-        for (io_object_t entry; (entry = IOIteratorNext(iterator)) != 0;) found.push_back(entry);
-        IOObjectRelease(iterator);
-    }
-    ::unsetenv("TARNWICK_IOREG");
-    EXPECT_EQ(1u, found.size());
-    for (io_object_t entry : found) IOObjectRelease(entry);
+    EXPECT_EQ(1u, Services(kIOEthernetInterfaceClass).size());
+    EXPECT_EQ(0u, Services(kIOSerialBSDServiceValue).size());
     EXPECT_EQ("IOKit: " + path + ": left out the IOEthernetInterface at IOService:/en1: it has no \"BSD Name\" string\n" +
                   "IOKit: " + path + ": left out the IOSerialBSDClient at IOService:/modem: it has no \"IOTTYDevice\" string\n",
               reports.text());
@@ -263,18 +243,11 @@ TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
     int huge = hugeCount.raw(std::string("\xAF\x12\x7F\xFF\xFF\xFF", 6));
     std::string hugeCountFile = hugeCount.file(hugeCount.dict({hugeCount.ascii("$archiver"), hugeCount.ascii("$objects")},
                                                               {hugeCount.ascii("NSKeyedArchiver"), huge}));
-    struct Row {
-        const char* what;
-        std::function<void(const std::filesystem::path&)> make;
-        kern_return_t status;
-        const char* fault;
-    } rows[] = {
+    struct Row { const char* what; std::function<void(const std::filesystem::path&)> make; kern_return_t status; const char* fault; } rows[] = {
         {"no file", [](auto&) {}, kIOReturnNotReadable, "No such file or directory"},
         {"a FIFO", [](auto& path) { ::mkfifo(path.c_str(), 0644); }, kIOReturnNotReadable, "it is a FIFO"},
-        {"/dev/zero", [](auto& path) { std::filesystem::create_symlink("/dev/zero", path); }, kIOReturnNotReadable,
-         "it is a device"},
-        {"a file past the limit",
-         [](auto& path) { std::filesystem::resize_file((std::ofstream(path), path), kIORegistryMaxDumpSize + 1); },
+        {"/dev/zero", [](auto& path) { std::filesystem::create_symlink("/dev/zero", path); }, kIOReturnNotReadable, "it is a device"},
+        {"a file past the limit", [](auto& path) { std::filesystem::resize_file((std::ofstream(path), path), kIORegistryMaxDumpSize + 1); },
          kIOReturnNotReadable, "larger than the limit"},
     };
     const std::pair<std::string, const char*> dumps[] = {
@@ -321,13 +294,11 @@ TEST(RegistryDump, HostileDumpsAreRefusedInOneLineNamingTheFault) {
         TempRoot root;
         std::filesystem::path path = root.path() / "registry";
         row.make(path);
-        ::setenv("TARNWICK_IOREG", path.c_str(), 1);
+        RegistryDumpAt dump(path);
         StderrCapture reports;
-        io_iterator_t iterator = 0;
-        kern_return_t status =
-            IOServiceGetMatchingServices(kIOMasterPortDefault, IOServiceMatching("IOService"), &iterator);
+        kern_return_t status = kIOReturnSuccess;
+        EXPECT_TRUE(Services("IOService", &status).empty());
         const std::string message = reports.text();
-        ::unsetenv("TARNWICK_IOREG");
         EXPECT_EQ(row.status, status) << row.what;
         EXPECT_EQ(0u, message.find("IOKit: cannot read the registry snapshot " + path.string() + ": ")) << message;
         EXPECT_NE(std::string::npos, message.find(row.fault)) << row.what << ": " << message;

@@ -1,30 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "platform/iokit/IOKitLib.h"
+#include "platform/PlatformTestHelpers.h"
 #include "support/CFText.h"
 #include "support/RegistrySnapshot.h"
 
 namespace {
-
-// The objects a query finds, released when it goes.
-struct Services : std::vector<io_object_t> {
-    explicit Services(CFMutableDictionaryRef matching) {
-        io_iterator_t iterator = 0;
-        IOServiceGetMatchingServices(kIOMasterPortDefault, matching, &iterator);
-        for (io_object_t object; iterator != 0 && (object = IOIteratorNext(iterator)) != 0;) push_back(object);
-        if (iterator != 0) IOObjectRelease(iterator);
-    }
-    explicit Services(const char* className) : Services(IOServiceMatching(className)) {}
-    ~Services() {
-        for (io_object_t object : *this) IOObjectRelease(object);
-    }
-    // What `text` makes of each object, the first `count` ones.
-    std::vector<std::string> Each(std::string (*text)(io_object_t), std::size_t count) const {
-        std::vector<std::string> texts;
-        for (std::size_t i = 0; i < count && i < size(); ++i) texts.push_back(text((*this)[i]));
-        return texts;
-    }
-};
 
 // The BSD name property as text.
 std::string BSDName(io_object_t entry) {
@@ -67,10 +47,7 @@ TEST(RegistrySnapshot, QueriesMatchByClassTreeAndPropertiesInDepthFirstOrder) {
         EXPECT_EQ("modem", Text(CFRef<CFTypeRef>(IORegistryEntryCreateCFProperty(modem[0], CFSTR(kIOTTYBaseNameKey), nullptr, 0)).get()));
 
         CFMutableDictionaryRef byName = IOServiceMatching("IOService");
-        CFRef<CFMutableDictionaryRef> wanted(
-            CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-        CFDictionarySetValue(wanted.get(), CFSTR(kIOBSDNameKey), CFSTR("en1"));
-        CFDictionarySetValue(byName, CFSTR(kIOPropertyMatchKey), wanted.get());
+        CFDictionarySetValue(byName, CFSTR(kIOPropertyMatchKey), DictOf(CFSTR(kIOBSDNameKey), CFSTR("en1")).get());
         EXPECT_EQ(1u, Services(byName).size());
 
         // A class the tree does not know is a service, and the root is none.

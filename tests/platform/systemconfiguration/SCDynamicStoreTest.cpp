@@ -8,12 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "platform/corefoundation/CFRef.h"
+#include "platform/PlatformTestHelpers.h"
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCDynamicStore.h"
 #include "platform/systemconfiguration/SCDynamicStoreTesting.h"
@@ -69,9 +68,7 @@ protected:
     // Saves (when commit) an inactive entity at path and applies.
     void Apply(const char* path, bool commit = true, CFStringRef prefsID = nil) {
         CFRef<SCPreferencesRef> prefs(SCPreferencesCreate(kCFAllocatorDefault, CFSTR("test"), prefsID));
-        CFRef<CFMutableDictionaryRef> inactive(CFDictionaryCreateMutable(nil, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
-        CFDictionarySetValue(inactive.get(), CFSTR("__INACTIVE__"), CFSTR("1"));
-        ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), String(path).get(), inactive.get()));
+        ASSERT_TRUE(SCPreferencesPathSetValue(prefs.get(), String(path).get(), DictOf(CFSTR("__INACTIVE__"), CFSTR("1")).get()));
         ASSERT_TRUE(!commit || SCPreferencesCommitChanges(prefs.get()));
         ASSERT_TRUE(SCPreferencesApplyChanges(prefs.get()));
     }
@@ -184,7 +181,7 @@ TEST_F(SCDynamicStoreTest, UnreadableStateFailsWithOneLineAndIsNeverOverwritten)
         EXPECT_EQ(SCError(), kSCStatusFailed);
         const std::string& complaint = report.text();
         EXPECT_EQ(complaint.rfind("SCDynamicStore: cannot read " + root.path().string(), 0), 0u) << complaint;
-        EXPECT_EQ(std::count(complaint.begin(), complaint.end(), '\n'), 1) << complaint;
+        EXPECT_EQ(Lines(complaint), 1u) << complaint;
     }
 
     // A handle whose state goes bad fails rather than answer from the old
