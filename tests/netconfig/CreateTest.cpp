@@ -157,9 +157,7 @@ TEST_F(Create, NewSetsServicesAndDeepCopiesKeepWhatStoresHeld) {
         "UserDefinedName=Built-in Ethernet ",
         "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
     RegistrySnapshot registry;
-    registry.AddBuiltInEthernet();
-    registry.AddAirPort();
-    registry.AddInternalModem();
+    registry.AddBuiltInEthernet(), registry.AddAirPort(), registry.AddInternalModem();
     registry.Install(root_);
     InstallSystemVersion(root_, "10.4.11");
     static int applies;
@@ -209,10 +207,8 @@ TEST_F(Create, NewSetsServicesAndDeepCopiesKeepWhatStoresHeld) {
         EXPECT_EQ(name("/NetworkServices/" + copies.back()), "Renamed");
         EXPECT_EQ(name("/Sets/" + row.setCopyID), "Copy");
 
-        // Changing a copy leaves its original as it was.
-        CFRef<CFDictionaryRef> empty(CFDictionaryCreate(nullptr, nullptr, nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                        &kCFTypeDictionaryValueCallBacks));
-        EXPECT_EQ(MoreSCSetEntitiesDict(setCopy.get(), String(copies[0]).get(), empty.get()), noErr);
+        // Changing a copy (to no entities) leaves its original as it was.
+        EXPECT_EQ(MoreSCSetEntitiesDict(setCopy.get(), String(copies[0]).get(), Port({}).get()), noErr);
         ExpectKept(services.get(), Saved("/NetworkServices").get());
         ExpectKept(sets.get(), Saved("/Sets").get(), Text(current.get()));
     }

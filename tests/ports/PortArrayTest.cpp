@@ -83,11 +83,7 @@ RegistrySnapshot::Entry& AddUSBAdaptor(RegistrySnapshot& r, const std::string& b
 TEST(PortArray, EthernetAirPortAndInternalModemGiveTheirDictionariesInKindOrder) {
     MoreSCFSetPortNameCallback(nullptr);
     gHavePrinted = false;
-    Machine machine = [](RegistrySnapshot& r) {
-        r.AddAirPort("en1");
-        r.AddBuiltInEthernet("en0");
-        r.AddInternalModem();
-    };
+    Machine machine = [](auto& r) { r.AddAirPort("en1"), r.AddBuiltInEthernet("en0"), r.AddInternalModem(); };
     Listing listing = ListMachine(machine);
     ASSERT_EQ(noErr, listing.err) << listing.errors;
     EXPECT_EQ("MoreSCFPortScanner: You should install a port name callback.\n", listing.errors);
@@ -109,9 +105,8 @@ TEST(PortArray, EveryKindSortsInItsPlaceThenByLocalisedName) {
         r.AddPCIEthernet("en3", "SLOT-Z\x8a");  // Mac Roman
         r.AddPCIEthernet("en2", "SLOT-2", 0);
         r.AddBuiltInEthernet("en0");
-        for (const char* baseName : {"modem-printer", "printer", "modem", "IrDA-IrCOMM"}) {
+        for (const char* baseName : {"modem-printer", "printer", "modem", "IrDA-IrCOMM"})
             r.AddSerialPort("IORS232SerialStream", baseName, baseName);
-        }
         r.AddSerialPort("IOModemSerialStream", "Bluetooth-PDA", "Bluetooth-PDA-Sync");
         r.AddSerialPort("IOModemSerialStream", "IrDA-IrCOMM0", "irda0");
         r.AddUSBModem("");
@@ -142,10 +137,7 @@ TEST(PortArray, PortsLeftOutAndPortsThatFailTheWholeArray) {
         {"8-byte MAC", [](auto& r) { AddUSBAdaptor(r, "en1", {0, 0x0a, 0x95, 0x9d, 0x68, 0x16, 0, 1}); }, noErr,
          {"en1"}},
         {"no BSD name",
-         [](auto& r) {
-             r.AddBuiltInEthernet("en0");
-             AddUSBAdaptor(r, "en1", {2, 0, 0, 0, 0, 1}).Set("BSD Name", nullptr);
-         },
+         [](auto& r) { r.AddBuiltInEthernet(), AddUSBAdaptor(r, "en1", {2, 0, 0, 0, 0, 1}).Set("BSD Name", nullptr); },
          noErr, {"en0 00:0a:95:9d:68:16"}},
         {"unnamed provider", [](auto& r) { r.AddPCIEthernet("en1", ""); r.root().LastChild().Set("name", nullptr); },
          -1, {}},

@@ -9,11 +9,6 @@
 
 namespace {
 
-// Whether a save was applied: the running system's copy exists.
-bool Applied(const TempRoot& root) {
-    return std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist");
-}
-
 Value SwitchStore() {
     return MakeStore({
         // Both configured, both to be switched.
@@ -79,7 +74,7 @@ TEST(SwitchCommandsTest, NothingToDoLeavesTheFileUntouched) {
         ProgramRun run = RunTool(root, args);
         EXPECT_EQ(run.out, std::string("- Http Proxy is already disabled - A.\n") + pacLine);
         EXPECT_EQ(Stamp(file), before);
-        EXPECT_FALSE(Applied(root));
+        EXPECT_FALSE(std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist"));
     }
 }
 
