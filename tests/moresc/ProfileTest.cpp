@@ -361,10 +361,8 @@ TEST_P(ProfileExportTest, PayloadOrRefusal) {
     EXPECT_TRUE(row.err.empty() ? run.err.empty() : run.err.starts_with("moresc: export-profile: " + row.err))
         << run.err;
     EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
-    if (row.exitStatus != 0) {
-        EXPECT_EQ(run.out, "");
-        return;
-    }
+    EXPECT_EQ(run.out.empty(), row.exitStatus != 0) << run.out;  // a refusal writes no profile
+    if (row.exitStatus != 0) return;
     Value profile = Parsed(run.out);
     ASSERT_TRUE(profile) << run.out;
     EXPECT_EQ(Encoded(profile), run.out);  // XML, as macOS writes it
@@ -381,11 +379,9 @@ TEST_P(ProfileExportTest, PayloadOrRefusal) {
                            {"PayloadIdentifier", Str(identifier)}, {"PayloadType", Str("Configuration")},
                            {"PayloadUUID", Str(profileUUID)}, {"PayloadVersion", Number(1)}});
     EXPECT_TRUE(CFEqual(profile.get(), expected.get())) << run.out;
-    for (const char* key : {"PayloadDisplayName", "PayloadIdentifier", "PayloadUUID", "PayloadVersion"}) {
-        Put(payload, {key}, nullptr);
-    }
     EXPECT_EQ(Text(ValueAt(payload, {"PayloadType"})), row.payloadType);
-    Put(payload, {"PayloadType"}, nullptr);
+    for (const char* key : {"PayloadDisplayName", "PayloadIdentifier", "PayloadUUID", "PayloadVersion", "PayloadType"})
+        Put(payload, {key}, nullptr);
     EXPECT_EQ(Encoded(payload), Encoded(row.payload));
 }
 
@@ -432,9 +428,7 @@ TEST(ProfileRoundTripTest, RealStoreToRealStore) {
             ProgramRun run = RunMoresc(to, {"apply-profile", file});
             EXPECT_EQ(run.exitStatus, 0) << run.err;
             std::string after = TempRoot::ReadFile(to.storePath());
-            PropertyListFormat format = PropertyListFormat::XML, formatAfter = PropertyListFormat::XML;
-            Parsed(StoreText(target), &format), Parsed(after, &formatAfter);
-            EXPECT_EQ(formatAfter, format);
+            EXPECT_EQ(after.substr(0, 8), StoreText(target).substr(0, 8));  // "bplist00" or "<?xml ve"
             for (const auto& [id, entity] : ActiveProxies(after)) {
                 EXPECT_TRUE(entity && CFEqual(entity.get(), proxies.get())) << id;
             }

@@ -490,14 +490,12 @@ TEST(MorescScriptTest, SwitchSetAndWebProxyOnRealStores) {
         SCOPED_TRACE(store);
         TempRoot root;
         root.installStore(store);
-        PropertyListFormat format, formatAfter;
-        Parsed(StoreText(store), &format);
         ProgramRun run =
             RunProgram("/bin/bash", root, {MORESC_TEST_DATA_DIR "/../switch-web-proxy.sh", MORESC_EXECUTABLE});
         EXPECT_EQ(run.exitStatus, 0) << run.err;
         EXPECT_EQ(run.out, "web proxy proxy.example.com:3128 on\n") << run.err;
-        Parsed(TempRoot::ReadFile(root.storePath()), &formatAfter);
-        EXPECT_EQ(formatAfter, format);
+        // The store keeps its format: "bplist00" or "<?xml ve".
+        EXPECT_EQ(TempRoot::ReadFile(root.storePath()).substr(0, 8), StoreText(store).substr(0, 8));
     }
 }
 
