@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <regex>
 #include <sstream>
 #include <tuple>
 
@@ -58,6 +59,10 @@ Value Restrictions() {
 }
 std::string XML(const Value& profile) { return Encoded(profile); }
 std::string OfficeXML() { return XML(Profile({SystemConfiguration(Office())})); }
+// The XML bytes of a profile of payloads, made when asked for.
+std::function<std::string()> ProfileOf(const std::vector<Value>& payloads) {
+    return [payloads] { return XML(Profile(payloads)); };
+}
 
 // A throw-away CA and a signer it vouches for, and a CA that vouches for
 // nothing here, made once with the openssl command in a folder of their
@@ -119,6 +124,12 @@ void PutProxies(Root root, const std::string& service, const Value& proxies) {
 void PutKey(Root root, const std::string& service, const std::string& key, const Value& value) {
     Put(root, {"NetworkServices", service, "Proxies", key}, value);
 }
+// An edit that sets keys of services' Proxies entities.
+std::function<void(Root)> Keys(const std::vector<std::tuple<std::string, std::string, Value>>& keys) {
+    return [=](Root root) {
+        for (const auto& [service, key, value] : keys) PutKey(root, service, key, value);
+    };
+}
 void BothOffice(Root root) { PutProxies(root, kEthernet, Office()), PutProxies(root, kAdaptor, Office()); }
 
 const ApplyCase kApplyCases[] = {
@@ -130,9 +141,8 @@ const ApplyCase kApplyCases[] = {
      {"signed by CN=Profile-Signer,O=Tarnwick-Tests, not verified"}, BothOffice},
     {"SignedAndVerified", kIMac, [] { return TheSigning().Sign(OfficeXML()); }, {"--verify", "{ca}"}, 0,
      {"signed by CN=Profile-Signer,O=Tarnwick-Tests, verified against "}, BothOffice},
-    {"GlobalManual", kIMac,
-     [] { return XML(Profile({Global({{"ProxyType", Str("Manual")}, {"ProxyServer", Str("proxy.example.com")},
-                                      {"ProxyServerPort", Number(3128)}, {"ProxyUsername", Str("fleet")}})})); },
+    {"GlobalManual", kIMac, ProfileOf({Global({{"ProxyType", Str("Manual")}, {"ProxyServer", Str("proxy.example.com")},
+                                      {"ProxyServerPort", Number(3128)}, {"ProxyUsername", Str("fleet")}})}),
      {}, 0, {"payload \"com.example.global\" (com.apple.proxy.http.global): the store has no place for ProxyUsername"},
      [](Root root) {
          for (const std::string& service : {kEthernet, kAdaptor}) {
@@ -145,26 +155,18 @@ const ApplyCase kApplyCases[] = {
          PutKey(root, kEthernet, "ProxyAutoConfigEnable", Number(0));  // the URL stays
      }},
     {"GlobalAutoWithURL", kIMac,
-     [] { return XML(Profile({Global({{"ProxyType", Str("Auto")}, {"ProxyPACURL", Str("http://pac.example/p.pac")}})})); },
-     {}, 0, {},
-     [](Root root) {
-         PutKey(root, kEthernet, "ProxyAutoConfigURLString", Str("http://pac.example/p.pac"));
-         PutKey(root, kAdaptor, "ProxyAutoConfigURLString", Str("http://pac.example/p.pac"));
-         PutKey(root, kAdaptor, "ProxyAutoConfigEnable", Number(1));
-     }},
-    {"GlobalAutoDiscovery", kIMac, [] { return XML(Profile({Global({{"ProxyType", Str("Auto")}})})); }, {}, 0, {},
-     [](Root root) {
-         PutKey(root, kEthernet, "ProxyAutoConfigEnable", Number(0));
-         PutKey(root, kEthernet, "ProxyAutoDiscoveryEnable", Number(1));
-         PutKey(root, kAdaptor, "ProxyAutoDiscoveryEnable", Number(1));
-     }},
-    {"ExtraPayloadsPassedOver", kIMac,
-     [] { return XML(Profile({WiFi(), SystemConfiguration(Office()), Restrictions()})); }, {}, 0,
+     ProfileOf({Global({{"ProxyType", Str("Auto")}, {"ProxyPACURL", Str("http://pac.example/p.pac")}})}),
+     {}, 0, {}, Keys({{kEthernet, "ProxyAutoConfigURLString", Str("http://pac.example/p.pac")},
+                      {kAdaptor, "ProxyAutoConfigURLString", Str("http://pac.example/p.pac")},
+                      {kAdaptor, "ProxyAutoConfigEnable", Number(1)}})},
+    {"GlobalAutoDiscovery", kIMac, ProfileOf({Global({{"ProxyType", Str("Auto")}})}), {}, 0, {},
+     Keys({{kEthernet, "ProxyAutoConfigEnable", Number(0)}, {kEthernet, "ProxyAutoDiscoveryEnable", Number(1)},
+           {kAdaptor, "ProxyAutoDiscoveryEnable", Number(1)}})},
+    {"ExtraPayloadsPassedOver", kIMac, ProfileOf({WiFi(), SystemConfiguration(Office()), Restrictions()}), {}, 0,
      {"passed over payload \"com.example.wifi\" (com.apple.wifi.managed): not a proxy payload",
       "passed over payload \"com.example.restrictions\" (com.apple.applicationaccess): not a proxy payload"},
      BothOffice},
-    {"PayloadsThatAgree", kIMac,
-     [] { return XML(Profile({SystemConfiguration(Office()), SystemConfiguration(Office())})); }, {}, 0, {},
+    {"PayloadsThatAgree", kIMac, ProfileOf({SystemConfiguration(Office()), SystemConfiguration(Office())}), {}, 0, {},
      BothOffice},
     {"NamedServiceOnly", kIMac, OfficeXML, {"--service", "Ethernet Adaptor (en1)"}, 0, {},
      [](Root root) { PutProxies(root, kAdaptor, Office()); }},
@@ -175,9 +177,9 @@ const ApplyCase kApplyCases[] = {
          kEthernet + "\tEthernet\tProxyAutoConfigURLString\t" + kPACURL + "\t-\n" + kAdaptor +
          "\tEthernet Adaptor (en1)\tHTTPEnable\t-\t1\n" + kAdaptor + "\tEthernet Adaptor (en1)\tHTTPPort\t-\t3128\n" +
          kAdaptor + "\tEthernet Adaptor (en1)\tHTTPProxy\t-\tproxy.example.com\n"},
-    {"JsonReport", kIMac, [] { return XML(Profile({WiFi(), Global({{"ProxyType", Str("Auto")}})})); },
+    {"JsonReport", kIMac, ProfileOf({WiFi(), Global({{"ProxyType", Str("Auto")}})}),
      {"--service", "Ethernet Adaptor (en1)", "--json"}, 0,
-     {"passed over payload \"com.example.wifi\""}, [](Root root) { PutKey(root, kAdaptor, "ProxyAutoDiscoveryEnable", Number(1)); },
+     {"passed over payload \"com.example.wifi\""}, Keys({{kAdaptor, "ProxyAutoDiscoveryEnable", Number(1)}}),
      "{\n  \"changed\": true,\n  \"dryRun\": false,\n  \"services\": [\n    {\n      \"changes\": [\n        {\n"
      "          \"from\": null,\n          \"key\": \"ProxyAutoDiscoveryEnable\",\n          \"to\": 1\n        }\n"
      "      ],\n      \"id\": \"" + kAdaptor + "\",\n      \"name\": \"Ethernet Adaptor (en1)\"\n    }\n  ],\n"
@@ -198,28 +200,29 @@ const ApplyCase kApplyCases[] = {
      {}, 2, {"standard input is not a whole signed profile"}},
     {"VerifyUnsigned", kIMac, OfficeXML, {"--verify", "{ca}"}, 1,
      {"standard input is not signed, so --verify has no signature to check"}},
+    // The CA file is read no further than a store may be long, as the profile is.
+    {"CAFileWithoutEnd", kIMac, OfficeXML, {"--verify", "/dev/zero"}, 2, {"/dev/zero is larger than the limit of "}},
 
     // Profiles that are not what they should be.
-    {"NoProxyPayload", kIMac, [] { return XML(Profile({WiFi()})); }, {}, 2,
+    {"NoProxyPayload", kIMac, ProfileOf({WiFi()}), {}, 2,
      {"standard input has no proxy payload (com.apple.SystemConfiguration with Proxies, or "
       "com.apple.proxy.http.global); it holds com.apple.wifi.managed"}},
     {"PayloadsThatDisagree", kIMac,
-     [] { return XML(Profile({SystemConfiguration(Office()), Global({{"ProxyType", Str("Auto")}})})); }, {}, 2,
+     ProfileOf({SystemConfiguration(Office()), Global({{"ProxyType", Str("Auto")}})}), {}, 2,
      {"payload \"com.example.proxies\" (com.apple.SystemConfiguration) and payload \"com.example.global\" "
       "(com.apple.proxy.http.global) disagree: they give service \"Ethernet\""}},
     {"PayloadContentNotAnArray", kIMac,
      [] { Value p = Profile({}); Put(p, {"PayloadContent"}, SystemConfiguration(Office())); return XML(p); }, {}, 2,
      {"standard input's PayloadContent is a dictionary, not an array of payloads"}},
-    {"PayloadNotADictionary", kIMac, [] { return XML(Profile({Str("com.apple.SystemConfiguration")})); }, {}, 2,
+    {"PayloadNotADictionary", kIMac, ProfileOf({Str("com.apple.SystemConfiguration")}), {}, 2,
      {"payload 1 of standard input is a string, not a dictionary"}},
-    {"ProxiesNotADictionary", kIMac, [] { return XML(Profile({SystemConfiguration(Array({Office()}))})); }, {}, 2,
+    {"ProxiesNotADictionary", kIMac, ProfileOf({SystemConfiguration(Array({Office()}))}), {}, 2,
      {"payload \"com.example.proxies\" (com.apple.SystemConfiguration) has Proxies that are an array"}},
-    {"GlobalManualWithoutServer", kIMac, [] { return XML(Profile({Global({{"ProxyType", Str("Manual")}})})); }, {}, 2,
+    {"GlobalManualWithoutServer", kIMac, ProfileOf({Global({{"ProxyType", Str("Manual")}})}), {}, 2,
      {"payload \"com.example.global\" (com.apple.proxy.http.global) is not a global HTTP proxy: it is Manual but has "
       "no ProxyServer"}},
-    {"GlobalPortOutOfRange", kIMac,
-     [] { return XML(Profile({Global({{"ProxyType", Str("Manual")}, {"ProxyServer", Str("p")},
-                                      {"ProxyServerPort", Number(70000)}})})); },
+    {"GlobalPortOutOfRange", kIMac, ProfileOf({Global({{"ProxyType", Str("Manual")}, {"ProxyServer", Str("p")},
+                                      {"ProxyServerPort", Number(70000)}})}),
      {}, 2, {"payload \"com.example.global\" (com.apple.proxy.http.global) is not a global HTTP proxy: its "
              "ProxyServerPort is not a port"}},
     {"AStoreIsNoProfile", kIMac, [] { return StoreText(kMacBook); }, {}, 2,
@@ -273,19 +276,6 @@ TEST_P(ProfileApplyTest, OutputNotesAndStore) {
 INSTANTIATE_TEST_SUITE_P(Profiles, ProfileApplyTest, testing::ValuesIn(kApplyCases),
                          [](const testing::TestParamInfo<ApplyCase>& info) { return std::string(info.param.label); });
 
-// The CA file is read no further than a store may be long, as the profile
-// is (the reader is set-entity's, whose limits its own test checks).
-TEST(ProfileInputTest, TheCAFileIsBounded) {
-    TempRoot root;
-    const std::string before = StoreText(kIMac);
-    root.writeStore(before);
-    const std::string profile = root.write("/profile.plist", OfficeXML()).string();
-    ProgramRun run = RunMoresc(root, {"apply-profile", profile, "--verify", "/dev/zero"});
-    EXPECT_EQ(run.exitStatus, 2);
-    EXPECT_TRUE(run.err.starts_with("moresc: apply-profile: /dev/zero is larger than the limit of ")) << run.err;
-    EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
-}
-
 struct ExportCase {
     const char* label;
     std::function<std::string()> store;
@@ -300,8 +290,16 @@ void PrintTo(const ExportCase& row, std::ostream* os) { *os << row.label; }
 std::function<std::string()> Real(const char* name) { return [name] { return StoreText(name); }; }
 // A store of the services A and B with the given proxies, and C, inactive,
 // with none.
-std::function<std::string()> Made(std::function<Value()> a, std::function<Value()> b = nullptr) {
-    return [a, b] { return Encoded(MakeStore({{"A", a()}, {"B", b ? b() : a()}, {"C", nullptr, true}})); };
+std::function<std::string()> Made(std::function<Value()> proxies) {
+    return [proxies] { return Encoded(MakeStore({{"A", proxies()}, {"B", proxies()}, {"C", nullptr, true}})); };
+}
+// The office's proxies with keys set (a nil value removes one).
+std::function<Value()> OfficeWith(const std::vector<std::pair<std::string, Value>>& keys) {
+    return [keys] {
+        Value proxies = Office();
+        for (const auto& [key, value] : keys) Put(proxies, {key}, value);
+        return proxies;
+    };
 }
 
 const std::string kMacBookServices =
@@ -322,30 +320,19 @@ const ExportCase kExportCases[] = {
     {"GlobalFromPAC", Real(kIMac), {"--service", "Ethernet", "--global"}, 0,
      "a global HTTP proxy has no ExceptionsList; it is left out\n", "com.apple.proxy.http.global",
      Dict({{"ProxyType", Str("Auto")}, {"ProxyPACURL", Str(kPACURL)}})},
-    {"GlobalFromWebProxies", Made([] {
-         Value p = Office();
-         Put(p, {"ExceptionsList"}, nullptr), Put(p, {"HTTPSEnable"}, Number(1));
-         Put(p, {"HTTPSProxy"}, Str("proxy.example.com")), Put(p, {"HTTPSPort"}, Number(3128));
-         return p;
-     }),
+    {"GlobalFromWebProxies", Made(OfficeWith({{"ExceptionsList", nullptr}, {"HTTPSEnable", Number(1)},
+                                              {"HTTPSProxy", Str("proxy.example.com")}, {"HTTPSPort", Number(3128)}})),
      {"--global"}, 0, "", "com.apple.proxy.http.global",
      Dict({{"ProxyType", Str("Manual")}, {"ProxyServer", Str("proxy.example.com")}, {"ProxyServerPort", Number(3128)}})},
     {"GlobalFromAutoDiscovery", Made([] { return Dict({{"ProxyAutoDiscoveryEnable", Number(1)}}); }), {"--global"}, 0,
      "", "com.apple.proxy.http.global", Dict({{"ProxyType", Str("Auto")}})},
-    {"GlobalRefusesPACWithWebProxy", Made([] {
-         Value p = Office();
-         Put(p, {"ProxyAutoConfigEnable"}, Number(1)), Put(p, {"ProxyAutoConfigURLString"}, Str("http://p/p.pac"));
-         return p;
-     }),
+    {"GlobalRefusesPACWithWebProxy", Made(OfficeWith({{"ProxyAutoConfigEnable", Number(1)},
+                                                        {"ProxyAutoConfigURLString", Str("http://p/p.pac")}})),
      {"--global"}, 1, "the proxy settings cannot be said as a global HTTP proxy: PAC and the web proxy are both on"},
-    {"GlobalRefusesFTPProxy", Made([] { Value p = Office(); Put(p, {"FTPEnable"}, Number(1)); return p; }),
+    {"GlobalRefusesFTPProxy", Made(OfficeWith({{"FTPEnable", Number(1)}})),
      {"--global"}, 1, "the proxy settings cannot be said as a global HTTP proxy: the ftp proxy is on"},
-    {"GlobalRefusesOtherSecureProxy", Made([] {
-         Value p = Office();
-         Put(p, {"HTTPSEnable"}, Number(1)), Put(p, {"HTTPSProxy"}, Str("proxy.example.com"));
-         return p;
-     }),
-     {"--global"}, 1,
+    {"GlobalRefusesOtherSecureProxy",
+     Made(OfficeWith({{"HTTPSEnable", Number(1)}, {"HTTPSProxy", Str("proxy.example.com")}})), {"--global"}, 1,
      "the proxy settings cannot be said as a global HTTP proxy: the secure web proxy (proxy.example.com) is not the "
      "web proxy (proxy.example.com:3128)"},
     {"GlobalRefusesNoProxy", Real(kIMac), {"--service", kAdaptor, "--global"}, 1,
@@ -354,16 +341,8 @@ const ExportCase kExportCases[] = {
      "\"com example\" is not a reverse-DNS identifier"},
 };
 
-// A version 4 UUID as macOS writes them:
-// XXXXXXXX-XXXX-4XXX-[89AB]XXX-XXXXXXXXXXXX, upper-case hexadecimal digits.
-bool IsRandomUUID(const std::string& text) {
-    bool good = text.size() == 36 && text[14] == '4' && std::string("89AB").find(text[19]) != std::string::npos;
-    for (std::size_t i = 0; good && i < text.size(); ++i) {
-        bool dash = i == 8 || i == 13 || i == 18 || i == 23;
-        good = dash ? text[i] == '-' : std::string("0123456789ABCDEF").find(text[i]) != std::string::npos;
-    }
-    return good;
-}
+// A version 4 UUID as macOS writes them, upper-case hexadecimal digits.
+const std::regex kRandomUUID("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
 
 class ProfileExportTest : public testing::TestWithParam<ExportCase> {};
 
@@ -382,34 +361,27 @@ TEST_P(ProfileExportTest, PayloadOrRefusal) {
     EXPECT_TRUE(row.err.empty() ? run.err.empty() : run.err.starts_with("moresc: export-profile: " + row.err))
         << run.err;
     EXPECT_EQ(TempRoot::ReadFile(root.storePath()), before);
-    if (row.exitStatus != 0) {
-        EXPECT_EQ(run.out, "");
-        return;
-    }
-    PropertyListFormat format = PropertyListFormat::Binary;
-    Value profile = Parsed(run.out, &format);
+    EXPECT_EQ(run.out.empty(), row.exitStatus != 0) << run.out;  // a refusal writes no profile
+    if (row.exitStatus != 0) return;
+    Value profile = Parsed(run.out);
     ASSERT_TRUE(profile) << run.out;
-    EXPECT_EQ(format, PropertyListFormat::XML);
-    EXPECT_EQ(Encoded(profile), run.out);
+    EXPECT_EQ(Encoded(profile), run.out);  // XML, as macOS writes it
     Value payload = Own(CFRetain(CFArrayGetValueAtIndex(ArrayAt(profile, {"PayloadContent"}), 0)));
     ASSERT_EQ(CFArrayGetCount(ArrayAt(profile, {"PayloadContent"})), 1);
     std::string profileUUID = Text(ValueAt(profile, {"PayloadUUID"}));
     std::string payloadUUID = Text(ValueAt(payload, {"PayloadUUID"}));
-    EXPECT_TRUE(IsRandomUUID(profileUUID)) << profileUUID;
-    EXPECT_TRUE(IsRandomUUID(payloadUUID)) << payloadUUID;
+    EXPECT_TRUE(std::regex_match(profileUUID, kRandomUUID)) << profileUUID;
+    EXPECT_TRUE(std::regex_match(payloadUUID, kRandomUUID)) << payloadUUID;
     EXPECT_NE(profileUUID, payloadUUID);
     std::string identifier = "org.tarnwick.proxies." + profileUUID;
-    EXPECT_EQ(Text(ValueAt(profile, {"PayloadIdentifier"})), identifier);
     EXPECT_EQ(Text(ValueAt(payload, {"PayloadIdentifier"})), identifier + "." + payloadUUID);
     Value expected = Dict({{"PayloadContent", Array({payload})}, {"PayloadDisplayName", Str("Proxy settings")},
                            {"PayloadIdentifier", Str(identifier)}, {"PayloadType", Str("Configuration")},
                            {"PayloadUUID", Str(profileUUID)}, {"PayloadVersion", Number(1)}});
     EXPECT_TRUE(CFEqual(profile.get(), expected.get())) << run.out;
-    for (const char* key : {"PayloadDisplayName", "PayloadIdentifier", "PayloadUUID", "PayloadVersion"}) {
-        Put(payload, {key}, nullptr);
-    }
     EXPECT_EQ(Text(ValueAt(payload, {"PayloadType"})), row.payloadType);
-    Put(payload, {"PayloadType"}, nullptr);
+    for (const char* key : {"PayloadDisplayName", "PayloadIdentifier", "PayloadUUID", "PayloadVersion", "PayloadType"})
+        Put(payload, {key}, nullptr);
     EXPECT_EQ(Encoded(payload), Encoded(row.payload));
 }
 
@@ -456,9 +428,7 @@ TEST(ProfileRoundTripTest, RealStoreToRealStore) {
             ProgramRun run = RunMoresc(to, {"apply-profile", file});
             EXPECT_EQ(run.exitStatus, 0) << run.err;
             std::string after = TempRoot::ReadFile(to.storePath());
-            PropertyListFormat format = PropertyListFormat::XML, formatAfter = PropertyListFormat::XML;
-            Parsed(StoreText(target), &format), Parsed(after, &formatAfter);
-            EXPECT_EQ(formatAfter, format);
+            EXPECT_EQ(after.substr(0, 8), StoreText(target).substr(0, 8));  // "bplist00" or "<?xml ve"
             for (const auto& [id, entity] : ActiveProxies(after)) {
                 EXPECT_TRUE(entity && CFEqual(entity.get(), proxies.get())) << id;
             }

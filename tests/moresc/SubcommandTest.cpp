@@ -93,6 +93,18 @@ std::string StoreText(const std::string& name) {
     return Encoded(store);
 }
 
+// An edit that puts value at path; nil removes what is there.
+StoreEdit At(const std::vector<std::string>& path, const Value& value) {
+    return [=](Root root) { Put(root, path, value); };
+}
+// An edit that sets keys of a service's entity to their values.
+StoreEdit EntityKeys(const std::string& service, const std::string& entity,
+                     const std::vector<std::pair<std::string, Value>>& keys) {
+    return [=](Root root) {
+        for (const auto& [key, value] : keys) Put(root, InService(service, {entity, key}), value);
+    };
+}
+
 // Links a service into a set, last in its order.
 void Link(Root root, const std::string& setID, const std::string& serviceID) {
     Put(root, InSet(setID, {"Network", "Service", serviceID}),
@@ -141,6 +153,15 @@ std::string NewSetListing(bool dialup) {
            "en0\tBuilt-in Ethernet\n" + kFourthID + off + "en1\tAirPort\n";
 }
 
+// The MacBook's Wi-Fi service copied under name, last in its set.
+StoreEdit WiFiCopied(const std::string& name) {
+    return [name](Root root) {
+        Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
+        Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Str(name));
+        Link(root, kMacBookSet, kFirstID);
+    };
+}
+
 // The ports of the registry every case runs with (en0, AirPort, two modems).
 const std::string kPorts =
     "name: Internal Modem\nhardware: Modem\ndevice: modem\nmac: -\n\n"
@@ -163,22 +184,20 @@ const Case kCases[] = {
     {"ServicesWithoutCurrentSet", kNoCurrentSet, {"services"}, 1,
      "the store has no current set (\"moresc switch-set\" makes one current)"},
     {"SetsOfCorruptStore", kCorrupt, {"sets"}, 1, "MoreSCOpen failed with status 1001 (kSCStatusFailed)"},
-    {"SwitchSetIDBeforeName", kSets, {"switch-set", "2"}, 0, "", "",
-     [](Root root) { Put(root, {"CurrentSet"}, Str("/Sets/2")); }},
+    {"SwitchSetIDBeforeName", kSets, {"switch-set", "2"}, 0, "", "", At({"CurrentSet"}, Str("/Sets/2"))},
     {"SwitchSetAmbiguous", kSets, {"switch-set", "Office"}, 1, "\"Office\" names 2 sets: 2, 3 (give one of these IDs)"},
     {"RenameSetByName", kIMac, {"rename-set", "Automatic", "Büro"}, 0, "", "",
-     [](Root root) { Put(root, {"Sets", kIMacSet, "UserDefinedName"}, Str("Büro")); }},
+     At({"Sets", kIMacSet, "UserDefinedName"}, Str("Büro"))},
     {"RenameSetToNothing", kSets, {"rename-set", "Home", ""}, 2, "a name cannot be empty"},
     {"RenameSetOntoTakenName", kSets, {"rename-set", "3", "Home"}, 1,
      "a set is already called \"Home\" (ID 1); give another name, or --allow-duplicate"},
     {"RenameSetOntoTakenNameAllowed", kSets, {"rename-set", "--allow-duplicate", "3", "Home"}, 0, "", "",
-     [](Root root) { Put(root, {"Sets", "3", "UserDefinedName"}, Str("Home")); }},
+     At({"Sets", "3", "UserDefinedName"}, Str("Home"))},
     {"RenameSetToItsOwnName", kSets, {"rename-set", "1", "Home"}, 0, ""},
     {"NewSetWithTakenName", kIMac, {"new-set", "Automatic"}, 1,
      "a set is already called \"Automatic\" (ID " + kIMacSet + ")"},
     {"DeleteCurrentSet", kSets, {"delete-set", "Home"}, 1, "set 1 is the current set; switch to another set first"},
-    {"DeleteSetByNegativeID", kOdd, {"delete-set", "-2147483646"}, 0, "", "",
-     [](Root root) { Put(root, {"Sets", "-2147483646"}, nullptr); }},
+    {"DeleteSetByNegativeID", kOdd, {"delete-set", "-2147483646"}, 0, "", "", At({"Sets", "-2147483646"}, nullptr)},
     {"DeleteSetWhereASetListsAnUnlinkedService", kUnlinked, {"delete-set", "3"}, 1,
      "set 2 lists \"77\" in its service order, but has no link to such a service"},
     {"DuplicateSetGetsAFreeName", kOdd, {"duplicate-set", "Home"}, 0, "", "6\n", [](Root) {}, "",
@@ -195,26 +214,23 @@ const Case kCases[] = {
     // Services.
     {"ServicesOfSet", kSets, {"services", "2"}, 0, "", "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n"},
     {"EnableService", kSets, {"enable-service", "Wi-Fi"}, 0, "", "",
-     [](Root root) { Put(root, {"NetworkServices", "11", "__INACTIVE__"}, nullptr); }},
+     At({"NetworkServices", "11", "__INACTIVE__"}, nullptr)},
     {"DisableServiceWithSetOption", kSets, {"disable-service", "--set", "Home", "Ethernet"}, 0, "", "",
-     [](Root root) { Put(root, {"NetworkServices", "10", "__INACTIVE__"}, Number(1)); }},
+     At({"NetworkServices", "10", "__INACTIVE__"}, Number(1))},
     {"RenameService", kMacBook, {"rename-service", "Wi-Fi", "WLAN"}, 0, "", "",
-     [](Root root) { Put(root, {"NetworkServices", kMacBookWiFi, "UserDefinedName"}, Str("WLAN")); }},
+     At({"NetworkServices", kMacBookWiFi, "UserDefinedName"}, Str("WLAN"))},
     {"RenameServiceAmbiguous", kSets, {"rename-service", "--set=2", "Ethernet", "LAN"}, 1,
      "\"Ethernet\" names 2 services of set 2: 12, 10 (give one of these IDs)"},
     {"RenameServiceOntoTakenName", kMacBook, {"rename-service", "Wi-Fi", "Bluetooth PAN"}, 1,
      "a service of the current set is already called \"Bluetooth PAN\" (ID " + kMacBookPAN + ")"},
-    {"DuplicateServiceGetsAFreeName", kMacBook, {"duplicate-service", "Wi-Fi"}, 0, "", kFirstID + "\n", [](Root root) {
-         Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
-         Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Str("Wi-Fi copy"));
-         Link(root, kMacBookSet, kFirstID);
-     }},
+    {"DuplicateServiceGetsAFreeName", kMacBook, {"duplicate-service", "Wi-Fi"}, 0, "", kFirstID + "\n",
+     WiFiCopied("Wi-Fi copy")},
     {"NewServiceWithTakenName", kSets, {"new-service", "en1", "Ethernet"}, 1,
      "a service of the current set is already called \"Ethernet\" (ID 10)"},
     {"OrderServices", kMacBook, {"order-services", "Wi-Fi", kMacBookPAN, "Bluetooth DUN"}, 0, "", "",
-     [](Root root) { Put(root, InSet(kMacBookSet, kOrder), Strings({kMacBookWiFi, kMacBookPAN, kMacBookDUN})); }},
+     At(InSet(kMacBookSet, kOrder), Strings({kMacBookWiFi, kMacBookPAN, kMacBookDUN}))},
     {"OrderServicesOfOtherSet", kSets, {"order-services", "--set", "2", "10", "12"}, 0, "", "",
-     [](Root root) { Put(root, InSet("2", kOrder), Strings({"10", "12"})); }},
+     At(InSet("2", kOrder), Strings({"10", "12"}))},
     {"OrderServicesLeavingOneOut", kMacBook, {"order-services", "Wi-Fi", "Bluetooth DUN"}, 2,
      "the order leaves out service " + kMacBookPAN},
     {"OrderServicesNamingOneTwice", kSets, {"order-services", "10", "Ethernet", "11"}, 2,
@@ -228,11 +244,7 @@ const Case kCases[] = {
          CFArrayRemoveValueAtIndex(ArrayAt(root, InSet("1", kOrder)), 0);  // Home's order is 10, 11
      }},
     {"DuplicateServiceInRealStore", kMacBook, {"duplicate-service", "Wi-Fi", "WLAN"}, 0, "", kFirstID + "\n",
-     [](Root root) {
-         Put(root, {"NetworkServices", kFirstID}, CopyAt(root, {"NetworkServices", kMacBookWiFi}));
-         Put(root, {"NetworkServices", kFirstID, "UserDefinedName"}, Str("WLAN"));
-         Link(root, kMacBookSet, kFirstID);
-     }},
+     WiFiCopied("WLAN")},
     {"NewServiceInOtherSet", kSets, {"new-service", "--set=2", "en1"}, 0, "", "13\n",
      [](Root root) { Link(root, "2", "13"); }, "", {{"NetworkServices", "13"}}, {"services", "2"},
      "12\tactive\t-\tEthernet\n10\tactive\ten0\tEthernet\n13\tactive\ten1\tAirPort\n"},
@@ -245,7 +257,7 @@ const Case kCases[] = {
     {"EntityNotAProtocol", kSets, {"entity", "10", "UserDefinedName"}, 2,
      "\"UserDefinedName\" is a key of the service, not a protocol"},
     {"SetEntityFromStandardInput", kSets, {"set-entity", "Wi-Fi", "Proxies", "-"}, 0, "", "",
-     [](Root root) { Put(root, {"NetworkServices", "11", "Proxies"}, Parsed(kProxyEntity)); }, kProxyEntity},
+     At({"NetworkServices", "11", "Proxies"}, Parsed(kProxyEntity)), kProxyEntity},
     {"SetEntityBinaryInput", kSets, {"set-entity", "10", "Proxies", "-"}, 2,
      "standard input is a binary property list; give the entity as XML", "", nullptr,
      Encoded(Parsed(kProxyEntity), PropertyListFormat::Binary)},
@@ -268,90 +280,43 @@ const Case kCases[] = {
      "id\t11\nname\tWi-Fi\nactive\tno\ndevice\ten1\nipv4\tManual\naddresses\t10.0.0.2\nsubnet-masks\t255.0.0.0\n"
      "router\t10.0.0.1\n"},
     {"SetWebProxyKeepsTheOtherKeys", kIMac, {"set-proxy", "Ethernet", "web", "proxy.example.com", "8080"}, 0, "", "",
-     [](Root root) {
-         Put(root, InService(kIMacEthernet, {"Proxies", "HTTPEnable"}), Number(1));
-         Put(root, InService(kIMacEthernet, {"Proxies", "HTTPProxy"}), Str("proxy.example.com"));
-         Put(root, InService(kIMacEthernet, {"Proxies", "HTTPPort"}), Number(8080));
-     }},
+     EntityKeys(kIMacEthernet, "Proxies",
+                {{"HTTPEnable", Number(1)}, {"HTTPProxy", Str("proxy.example.com")}, {"HTTPPort", Number(8080)}})},
     {"SetSocksProxyInBinaryStore", kBinary, {"set-proxy", "--set", "Automatic", "Wi-Fi", "socks", "fd00::1", "1080"},
-     0, "", "", [](Root root) {
-         Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSEnable"}), Number(1));
-         Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSProxy"}), Str("fd00::1"));
-         Put(root, InService(kBinaryWiFi, {"Proxies", "SOCKSPort"}), Number(1080));
-     }},
+     0, "", "", EntityKeys(kBinaryWiFi, "Proxies",
+                           {{"SOCKSEnable", Number(1)}, {"SOCKSProxy", Str("fd00::1")}, {"SOCKSPort", Number(1080)}})},
     {"SwitchWebProxyOffKeepsHostAndPort", kMacBook, {"set-proxy", "Wi-Fi", "web", "--off"}, 0, "", "",
-     [](Root root) { Put(root, InService(kMacBookWiFi, {"Proxies", "HTTPEnable"}), Number(0)); }},
+     EntityKeys(kMacBookWiFi, "Proxies", {{"HTTPEnable", Number(0)}})},
     {"SetProxyBypassInBinaryStore", kBinary, {"set-proxy-bypass", "Wi-Fi", "*.local", "10/8"}, 0, "", "",
-     [](Root root) { Put(root, InService(kBinaryWiFi, {"Proxies", "ExceptionsList"}), Strings({"*.local", "10/8"})); }},
+     EntityKeys(kBinaryWiFi, "Proxies", {{"ExceptionsList", Strings({"*.local", "10/8"})}})},
     {"RemoveProxyBypass", kIMac, {"set-proxy-bypass", "Ethernet"}, 0, "", "",
-     [](Root root) { Put(root, InService(kIMacEthernet, {"Proxies", "ExceptionsList"}), nullptr); }},
+     EntityKeys(kIMacEthernet, "Proxies", {{"ExceptionsList", nullptr}})},
     {"SetPACWhereThereIsNoProxiesEntity", kSets, {"set-pac", "Wi-Fi", "http://wpad.example.com/proxy.pac"}, 0, "", "",
-     [](Root root) {
-         Put(root, InService("11", {"Proxies"}),
-             Dict({{"ProxyAutoConfigEnable", Number(1)},
-                   {"ProxyAutoConfigURLString", Str("http://wpad.example.com/proxy.pac")}}));
-     }},
+     At(InService("11", {"Proxies"}), Dict({{"ProxyAutoConfigEnable", Number(1)},
+                                            {"ProxyAutoConfigURLString", Str("http://wpad.example.com/proxy.pac")}}))},
     {"SwitchPACOffKeepsTheURL", kIMac, {"set-pac", "Ethernet", "--off"}, 0, "", "",
-     [](Root root) { Put(root, InService(kIMacEthernet, {"Proxies", "ProxyAutoConfigEnable"}), Number(0)); }},
-    {"SetIPv4ManualWithoutRouter", kMacBook, {"set-ipv4", "Wi-Fi", "manual", "192.168.1.10", "255.255.255.0"},
-     0, "", "", [](Root root) {
-         Put(root, InService(kMacBookWiFi, {"IPv4"}),
-             Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"192.168.1.10"})},
-                   {"SubnetMasks", Strings({"255.255.255.0"})}}));
-     }},
-    {"SetIPv4ManualWithRouter", kSets, {"set-ipv4", "Ethernet", "manual", "10.1.2.3", "255.255.0.0", "10.1.0.1"},
-     0, "", "", [](Root root) {
-         Put(root, InService("10", {"IPv4"}),
-             Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"10.1.2.3"})},
-                   {"SubnetMasks", Strings({"255.255.0.0"})}, {"Router", Str("10.1.0.1")}}));
-     }},
-    {"SetIPv4ToBOOTPDropsAddressesAndClientID", kOdd, {"set-ipv4", "11", "bootp"}, 0, "", "", [](Root root) {
-         Put(root, InService("11", {"IPv4"}), Dict({{"ConfigMethod", Str("BOOTP")}, {"Extra", Str("kept")}}));
-     }},
+     EntityKeys(kIMacEthernet, "Proxies", {{"ProxyAutoConfigEnable", Number(0)}})},
+    {"SetIPv4ManualWithoutRouter", kMacBook, {"set-ipv4", "Wi-Fi", "manual", "192.168.1.10", "255.255.255.0"}, 0, "",
+     "", At(InService(kMacBookWiFi, {"IPv4"}), Dict({{"ConfigMethod", Str("Manual")},
+            {"Addresses", Strings({"192.168.1.10"})}, {"SubnetMasks", Strings({"255.255.255.0"})}}))},
+    {"SetIPv4ManualWithRouter", kSets, {"set-ipv4", "Ethernet", "manual", "10.1.2.3", "255.255.0.0", "10.1.0.1"}, 0,
+     "", "", At(InService("10", {"IPv4"}), Dict({{"ConfigMethod", Str("Manual")}, {"Addresses", Strings({"10.1.2.3"})},
+            {"SubnetMasks", Strings({"255.255.0.0"})}, {"Router", Str("10.1.0.1")}}))},
+    {"SetIPv4ToBOOTPDropsAddressesAndClientID", kOdd, {"set-ipv4", "11", "bootp"}, 0, "", "",
+     At(InService("11", {"IPv4"}), Dict({{"ConfigMethod", Str("BOOTP")}, {"Extra", Str("kept")}}))},
     {"SetDNSInRealStore", kMacBook, {"set-dns", "Wi-Fi", "8.8.8.8", "1.1.1.1", "--search", "example.com"}, 0, "", "",
-     [](Root root) {
-         Put(root, InService(kMacBookWiFi, {"DNS"}),
-             Dict({{"ServerAddresses", Strings({"8.8.8.8", "1.1.1.1"})}, {"SearchDomains", Strings({"example.com"})}}));
-     }},
+     At(InService(kMacBookWiFi, {"DNS"}),
+        Dict({{"ServerAddresses", Strings({"8.8.8.8", "1.1.1.1"})}, {"SearchDomains", Strings({"example.com"})}}))},
     {"SetDNSSearchDomainsKeepsServers", kOdd, {"set-dns", "10", "--search", "a.example", "b.example"}, 0, "", "",
-     [](Root root) { Put(root, InService("10", {"DNS", "SearchDomains"}), Strings({"a.example", "b.example"})); }},
+     EntityKeys("10", "DNS", {{"SearchDomains", Strings({"a.example", "b.example"})}})},
     {"SetDNSWithoutServersRemovesThem", kOdd, {"set-dns", "10"}, 0, "", "",
-     [](Root root) { Put(root, InService("10", {"DNS", "ServerAddresses"}), nullptr); }},
-
-    // Malformed values: refused before the store is opened.
-    {"ProxyHostWithSpace", kSets, {"set-proxy", "10", "web", "proxy example", "80"}, 2,
-     "\"proxy example\" is not a host name or address"},
-    {"ProxyHostNumericButNoAddress", kSets, {"set-proxy", "10", "web", "10.0.0.256", "80"}, 2,
-     "\"10.0.0.256\" is not a host name or address"},
-    {"ProxyPortZero", kSets, {"set-proxy", "10", "web", "proxy.example.com", "0"}, 2,
-     "\"0\" is not a port (1 to 65535)"},
-    {"ProxyPortTooLarge", kSets, {"set-proxy", "10", "web", "proxy.example.com", "65536"}, 2,
-     "\"65536\" is not a port"},
-    {"ProxyKindUnknown", kSets, {"set-proxy", "10", "http", "proxy.example.com", "80"}, 2,
-     "\"http\" is not a kind of proxy"},
-    {"ProxyWithoutPort", kSets, {"set-proxy", "10", "web", "proxy.example.com"}, 2, "give the HOST and PORT, or --off"},
-    {"ProxyOffWithHost", kSets, {"set-proxy", "10", "web", "--off", "proxy.example.com", "80"}, 2,
-     "--off takes no HOST and PORT"},
-    {"BypassWithSpace", kSets, {"set-proxy-bypass", "10", "a b"}, 2,
-     "\"a b\" is not a host, domain or network to bypass"},
-    {"PACWithoutScheme", kSets, {"set-pac", "10", "wpad.example.com/proxy.pac"}, 2,
-     "\"wpad.example.com/proxy.pac\" is not a URL"},
-    {"IPv4AddressShort", kSets, {"set-ipv4", "10", "manual", "10.0.0", "255.255.255.0"}, 2,
-     "the address \"10.0.0\" is not an IPv4 address"},
-    {"IPv4MaskWithHoles", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.255.0"}, 2,
-     "\"255.0.255.0\" is not a subnet mask"},
-    {"IPv4RouterZero", kSets, {"set-ipv4", "10", "manual", "10.0.0.2", "255.0.0.0", "0.0.0.0"}, 2,
-     "the router \"0.0.0.0\" is not an IPv4 address"},
-    {"IPv4DHCPWithAddress", kSets, {"set-ipv4", "10", "dhcp", "10.0.0.2"}, 2, "dhcp takes no addresses"},
-    {"IPv4ManualWithoutMask", kSets, {"set-ipv4", "10", "manual", "10.0.0.2"}, 2, "manual needs ADDRESS and MASK"},
-    {"DNSServerShort", kSets, {"set-dns", "10", "8.8.8"}, 2, "the DNS server \"8.8.8\" is not"},
-    {"DNSSearchDomainWithSpace", kSets, {"set-dns", "10", "--search", "a b"}, 2, "\"a b\" is not a domain name"},
+     EntityKeys("10", "DNS", {{"ServerAddresses", nullptr}})},
 
     // Ports and helpers.
     {"Ports", kNone, {"ports"}, 0, "", kPorts},
     {"AppleTalkOffWhereOnlyInactiveServiceHasIt", kSets, {"appletalk"}, 0, "", "off\n"},
     {"AppleTalkOn", kSets, {"appletalk", "on"}, 0, "", "",
-     [](Root root) { Put(root, {"NetworkServices", "10", "AppleTalk", "__INACTIVE__"}, nullptr); }},
+     At({"NetworkServices", "10", "AppleTalk", "__INACTIVE__"}, nullptr)},
     {"AppleTalkBadState", kSets, {"appletalk", "yes"}, 2, "\"yes\" is neither on nor off"},
     {"DHCPServices", kMacBook, {"dhcp-services"}, 0, "",
      kMacBookPAN + "\tBluetooth PAN\n" + kMacBookWiFi + "\tWi-Fi\n"},
@@ -508,15 +473,12 @@ TEST(MorescJsonTest, EveryListingParses) {
             EXPECT_EQ(run.exitStatus, 0) << args[0] << ": " << run.err;
             files += " " + out;
         }
-        // json.tool on each file, in one process.
-        std::string check = "python3 -c 'import json.tool, sys\nfor f in sys.argv[1:]:\n"
-                            "    sys.argv = [\"json.tool\", f, \"/dev/null\"]; json.tool.main()' " + files;
+        // Each file is one JSON document, or json.load fails; a name keeps its control characters.
+        std::string check = "python3 -c 'import json, sys\nfor f in sys.argv[1:]: json.load(open(f))' " + files;
         EXPECT_EQ(std::system(check.c_str()), 0);
-        if (store == std::string(kControlNames)) {
-            check = "python3 -c 'import json,sys; sys.exit(not any(s[\"name\"] == \"Lab\\tA\\nB\\x1b\" "
-                    "for s in json.load(open(sys.argv[1]))))' " + (root.path() / "sets.json").string();
-            EXPECT_EQ(std::system(check.c_str()), 0);
-        }
+        const std::string sets = TempRoot::ReadFile(root.path() / "sets.json");
+        EXPECT_TRUE(store != std::string(kControlNames) || sets.find(R"("name": "Lab\tA\nB\u001b")") != std::string::npos)
+            << sets;
     }
 }
 
@@ -528,14 +490,12 @@ TEST(MorescScriptTest, SwitchSetAndWebProxyOnRealStores) {
         SCOPED_TRACE(store);
         TempRoot root;
         root.installStore(store);
-        PropertyListFormat format, formatAfter;
-        Parsed(StoreText(store), &format);
         ProgramRun run =
             RunProgram("/bin/bash", root, {MORESC_TEST_DATA_DIR "/../switch-web-proxy.sh", MORESC_EXECUTABLE});
         EXPECT_EQ(run.exitStatus, 0) << run.err;
         EXPECT_EQ(run.out, "web proxy proxy.example.com:3128 on\n") << run.err;
-        Parsed(TempRoot::ReadFile(root.storePath()), &formatAfter);
-        EXPECT_EQ(formatAfter, format);
+        // The store keeps its format: "bplist00" or "<?xml ve".
+        EXPECT_EQ(TempRoot::ReadFile(root.storePath()).substr(0, 8), StoreText(store).substr(0, 8));
     }
 }
 

@@ -157,9 +157,7 @@ TEST_F(Create, NewSetsServicesAndDeepCopiesKeepWhatStoresHeld) {
         "UserDefinedName=Built-in Ethernet ",
         "AirPort=00:30:65:01:02:03 AppleTalk- DNS IPv4=Manual Interface PPP- Proxies=1 UserDefinedName=AirPort "};
     RegistrySnapshot registry;
-    registry.AddBuiltInEthernet();
-    registry.AddAirPort();
-    registry.AddInternalModem();
+    registry.AddBuiltInEthernet(), registry.AddAirPort(), registry.AddInternalModem();
     registry.Install(root_);
     InstallSystemVersion(root_, "10.4.11");
     static int applies;
@@ -209,10 +207,8 @@ TEST_F(Create, NewSetsServicesAndDeepCopiesKeepWhatStoresHeld) {
         EXPECT_EQ(name("/NetworkServices/" + copies.back()), "Renamed");
         EXPECT_EQ(name("/Sets/" + row.setCopyID), "Copy");
 
-        // Changing a copy leaves its original as it was.
-        CFRef<CFDictionaryRef> empty(CFDictionaryCreate(nullptr, nullptr, nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                        &kCFTypeDictionaryValueCallBacks));
-        EXPECT_EQ(MoreSCSetEntitiesDict(setCopy.get(), String(copies[0]).get(), empty.get()), noErr);
+        // Changing a copy (to no entities) leaves its original as it was.
+        EXPECT_EQ(MoreSCSetEntitiesDict(setCopy.get(), String(copies[0]).get(), Port({}).get()), noErr);
         ExpectKept(services.get(), Saved("/NetworkServices").get());
         ExpectKept(sets.get(), Saved("/Sets").get(), Text(current.get()));
     }
@@ -232,28 +228,26 @@ TEST_F(Create, FailuresLeaveTheStoreAsItWas) {
     badMAC.back().second = "00:0a:95";
     noDevice.erase(noDevice.begin() + 3);
     // The store, the operation ('n': new service, 's': duplicate set, 'v': duplicate service, 'S': new set, 'R':
-    // new set with an unreadable registry), its arguments. The registry's second port, an Ethernet interface with
+    // new set with an unreadable registry), its status, its arguments (the port Ethernet's unless given). The registry's second port, an Ethernet interface with
     // no provider above its controller, cannot be named, so the new set is undone.
-    const struct { std::string store; char operation; CFStringRef setID, serviceID; PortEntries port; OSStatus status; }
-        rows[] = {
-        {kLinkedStore, 'n', CFSTR("9"), nullptr, kEthernetPort, kSCStatusNoKey},
-        {kLinkedStore, 'n', CFSTR("0"), nullptr, badMAC, -1},  // after every other entity was added
-        {kLinkedStore, 'n', CFSTR("0"), nullptr, noDevice, paramErr},
-        {services("<dict><key>2147483647</key><dict/></dict>"), 'n', nullptr, nullptr, kEthernetPort, kSCStatusFailed},
-        {services("<string>x</string>"), 'n', nullptr, nullptr, kEthernetPort, kSCStatusFailed},
-        {services("<dict><key>__LINK__</key><integer>5</integer></dict>"), 'n', nullptr, nullptr, kEthernetPort,
-         kSCStatusFailed},
-        {services("<dict><key>__LINK__</key><string>/NetworkServices</string></dict>"), 'n', nullptr, nullptr,
-         kEthernetPort, kSCStatusMaxLink},
-        {kLinkedStore, 's', CFSTR("9"), nullptr, {}, kSCStatusNoKey},
-        {Edited(kLinkedStore, "ServiceOrder", "Order"), 's', CFSTR("0"), nullptr, {}, coreFoundationUnknownErr},
-        {dangling, 's', CFSTR("0"), nullptr, {}, kSCStatusNoKey},  // after three copies were made
+    const struct { std::string store; char operation; OSStatus status; CFStringRef setID = nullptr, serviceID = nullptr;
+                   PortEntries port = kEthernetPort; } rows[] = {
+        {kLinkedStore, 'n', kSCStatusNoKey, CFSTR("9")},
+        {kLinkedStore, 'n', -1, CFSTR("0"), nullptr, badMAC},  // after every other entity was added
+        {kLinkedStore, 'n', paramErr, CFSTR("0"), nullptr, noDevice},
+        {services("<dict><key>2147483647</key><dict/></dict>"), 'n', kSCStatusFailed},
+        {services("<string>x</string>"), 'n', kSCStatusFailed},
+        {services("<dict><key>__LINK__</key><integer>5</integer></dict>"), 'n', kSCStatusFailed},
+        {services("<dict><key>__LINK__</key><string>/NetworkServices</string></dict>"), 'n', kSCStatusMaxLink},
+        {kLinkedStore, 's', kSCStatusNoKey, CFSTR("9")},
+        {Edited(kLinkedStore, "ServiceOrder", "Order"), 's', coreFoundationUnknownErr, CFSTR("0")},
+        {dangling, 's', kSCStatusNoKey, CFSTR("0")},  // after three copies were made
         {Edited(kLinkedStore, "<key>Sets</key><dict>", "<key>Sets</key><dict><key>2147483647</key><dict/>"), 's',
-         CFSTR("0"), nullptr, {}, kSCStatusFailed},
-        {kLinkedStore, 'v', CFSTR("0"), CFSTR("9"), {}, kSCStatusNoKey},
-        {kLinkedStore, 'v', CFSTR("9"), CFSTR("1"), {}, kSCStatusNoKey},  // copied, then no set to join
-        {kLinkedStore, 'S', nullptr, nullptr, {}, -1},
-        {kLinkedStore, 'R', nullptr, nullptr, {}, kIOReturnError},
+         kSCStatusFailed, CFSTR("0")},
+        {kLinkedStore, 'v', kSCStatusNoKey, CFSTR("0"), CFSTR("9")},
+        {kLinkedStore, 'v', kSCStatusNoKey, CFSTR("9"), CFSTR("1")},  // copied, then no set to join
+        {kLinkedStore, 'S', -1},
+        {kLinkedStore, 'R', kIOReturnError},
     };
     RegistrySnapshot registry;
     registry.AddInternalModem();

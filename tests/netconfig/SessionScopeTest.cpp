@@ -33,20 +33,16 @@ struct Row {
 };
 void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 
+using enum MoreSCSessionScope::FailedOpen;
 const Row kRows[] = {
-    {"Saves", kStore, noErr, true, false, MoreSCSessionScope::kCloseFailedOpen, noErr, true, false},
-    {"LockedSaves", kStore, noErr, true, true, MoreSCSessionScope::kCloseFailedOpen, noErr, true, false},
-    {"CommitTurnedOff", kStore, noErr, false, false, MoreSCSessionScope::kCloseFailedOpen, noErr, false, false},
-    {"EarlierErrorWinsAndNothingIsSaved", kStore, paramErr, true, false, MoreSCSessionScope::kCloseFailedOpen,
-     paramErr, false, false},
-    {"FailedOpenIsClosed", kCorrupt, noErr, true, true, MoreSCSessionScope::kCloseFailedOpen, kSCStatusFailed, false,
-     false},
-    {"EarlierErrorWinsOverAFailedOpen", kCorrupt, paramErr, true, false, MoreSCSessionScope::kCloseFailedOpen,
-     paramErr, false, false},
-    {"FailedOpenIsLeftOpenWhenAsked", kCorrupt, noErr, true, false, MoreSCSessionScope::kLeaveFailedOpen,
-     kSCStatusFailed, false, true},
-    {"OpenedSessionIsClosedAlways", kStore, noErr, true, false, MoreSCSessionScope::kLeaveFailedOpen, noErr, true,
-     false},
+    {"Saves", kStore, noErr, true, false, kCloseFailedOpen, noErr, true, false},
+    {"LockedSaves", kStore, noErr, true, true, kCloseFailedOpen, noErr, true, false},
+    {"CommitTurnedOff", kStore, noErr, false, false, kCloseFailedOpen, noErr, false, false},
+    {"EarlierErrorWinsAndNothingIsSaved", kStore, paramErr, true, false, kCloseFailedOpen, paramErr, false, false},
+    {"FailedOpenIsClosed", kCorrupt, noErr, true, true, kCloseFailedOpen, kSCStatusFailed, false, false},
+    {"EarlierErrorWinsOverAFailedOpen", kCorrupt, paramErr, true, false, kCloseFailedOpen, paramErr, false, false},
+    {"FailedOpenIsLeftOpenWhenAsked", kCorrupt, noErr, true, false, kLeaveFailedOpen, kSCStatusFailed, false, true},
+    {"OpenedSessionIsClosedAlways", kStore, noErr, true, false, kLeaveFailedOpen, noErr, true, false},
 };
 
 class SessionScope : public testing::TestWithParam<Row> {};

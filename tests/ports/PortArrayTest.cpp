@@ -83,11 +83,7 @@ RegistrySnapshot::Entry& AddUSBAdaptor(RegistrySnapshot& r, const std::string& b
 TEST(PortArray, EthernetAirPortAndInternalModemGiveTheirDictionariesInKindOrder) {
     MoreSCFSetPortNameCallback(nullptr);
     gHavePrinted = false;
-    Machine machine = [](RegistrySnapshot& r) {
-        r.AddAirPort("en1");
-        r.AddBuiltInEthernet("en0");
-        r.AddInternalModem();
-    };
+    Machine machine = [](auto& r) { r.AddAirPort("en1"), r.AddBuiltInEthernet("en0"), r.AddInternalModem(); };
     Listing listing = ListMachine(machine);
     ASSERT_EQ(noErr, listing.err) << listing.errors;
     EXPECT_EQ("MoreSCFPortScanner: You should install a port name callback.\n", listing.errors);
@@ -109,9 +105,8 @@ TEST(PortArray, EveryKindSortsInItsPlaceThenByLocalisedName) {
         r.AddPCIEthernet("en3", "SLOT-Z\x8a");  // Mac Roman
         r.AddPCIEthernet("en2", "SLOT-2", 0);
         r.AddBuiltInEthernet("en0");
-        for (const char* baseName : {"modem-printer", "printer", "modem", "IrDA-IrCOMM"}) {
+        for (const char* baseName : {"modem-printer", "printer", "modem", "IrDA-IrCOMM"})
             r.AddSerialPort("IORS232SerialStream", baseName, baseName);
-        }
         r.AddSerialPort("IOModemSerialStream", "Bluetooth-PDA", "Bluetooth-PDA-Sync");
         r.AddSerialPort("IOModemSerialStream", "IrDA-IrCOMM0", "irda0");
         r.AddUSBModem("");
@@ -142,10 +137,7 @@ TEST(PortArray, PortsLeftOutAndPortsThatFailTheWholeArray) {
         {"8-byte MAC", [](auto& r) { AddUSBAdaptor(r, "en1", {0, 0x0a, 0x95, 0x9d, 0x68, 0x16, 0, 1}); }, noErr,
          {"en1"}},
         {"no BSD name",
-         [](auto& r) {
-             r.AddBuiltInEthernet("en0");
-             AddUSBAdaptor(r, "en1", {2, 0, 0, 0, 0, 1}).Set("BSD Name", nullptr);
-         },
+         [](auto& r) { r.AddBuiltInEthernet(), AddUSBAdaptor(r, "en1", {2, 0, 0, 0, 0, 1}).Set("BSD Name", nullptr); },
          noErr, {"en0 00:0a:95:9d:68:16"}},
         {"unnamed provider", [](auto& r) { r.AddPCIEthernet("en1", ""); r.root().LastChild().Set("name", nullptr); },
          -1, {}},
@@ -221,37 +213,32 @@ TEST(PortArray, TheCallbackTranslatesTemplatesAndDecidesTheOutcome) {
 TEST(PortArray, ThisMachinesSysfsGivesItsEthernetAndSerialPorts) {
     TempRoot root;
     FakeSysfs sys(root);
-    sys.Device("pci0000:00/0000:00:1f.0", "pci");  // a chipset bridge beside the on-board controller
-    sys.Device("pci0000:00/0000:00:1f.6", "pci");
-    sys.NetInterface("eno1", "pci0000:00/0000:00:1f.6", "00:1B:21:3a:4f:02");
-    sys.Device("pci0000:00/0000:00:03.0", "pci");
-    sys.Device("pci0000:00/0000:00:03.0/virtio2", "virtio");
-    sys.NetInterface("eth0", "pci0000:00/0000:00:03.0/virtio2", "02:fc:00:00:00:01");
-    sys.Device("pci0000:00/0000:02:00.0", "pci");  // a two-port card in slot 3
-    sys.Device("pci0000:00/0000:02:00.1", "pci");
+    const std::string pci = "pci0000:00/0000:", usb = pci + "00:14.0/usb1/";
+    // An on-board controller (1f.6) beside a chipset bridge, a virtio card, a two-port card in slot 3, two Wi-Fi
+    // cards; USB network, modem and serial devices; a PnP serial port.
+    for (const char* function : {"00:1f.0", "00:1f.6", "00:03.0", "02:00.0", "02:00.1", "04:00.0", "05:00.0"})
+        sys.Device(pci + function, "pci");
+    for (const char* device : {"1-2/1-2:1.0", "1-1", "1-1/1-1:1.0", "1-3/1-3:1.0"}) sys.Device(usb + device, "usb");
+    sys.Device(pci + "00:03.0/virtio2", "virtio");
+    sys.Device(usb + "1-3/1-3:1.0/ttyUSB0", "usb-serial");
+    sys.Device("pnp0/00:00", "pnp");
+    sys.NetInterface("eno1", pci + "00:1f.6", "00:1B:21:3a:4f:02");
+    sys.NetInterface("eth0", pci + "00:03.0/virtio2", "02:fc:00:00:00:01");
     sys.PCISlot("3", "0000:02:00");
-    sys.NetInterface("enp2s0f1", "pci0000:00/0000:02:00.1", "a0:36:9f:00:00:02");
-    sys.NetInterface("enp2s0f0", "pci0000:00/0000:02:00.0", "a0:36:9f:00:00:01");
-    sys.Device("pci0000:00/0000:00:14.0/usb1/1-2/1-2:1.0", "usb");
-    sys.NetInterface("usb0", "pci0000:00/0000:00:14.0/usb1/1-2/1-2:1.0", "not-an-address");
-    sys.Device("pci0000:00/0000:04:00.0", "pci");
-    sys.NetInterface("wlan0", "pci0000:00/0000:04:00.0", "5c:e0:c5:00:00:07", "1", true);
-    sys.Device("pci0000:00/0000:05:00.0", "pci");  // a Wi-Fi card known by its phy80211 link alone
-    sys.NetInterface("wlp5s0", "pci0000:00/0000:05:00.0", "5c:e0:c5:00:00:08");
-    std::filesystem::create_directories(root.path() / "sys/devices/pci0000:00/0000:05:00.0/net/wlp5s0/phy80211");
+    sys.NetInterface("enp2s0f1", pci + "02:00.1", "a0:36:9f:00:00:02");
+    sys.NetInterface("enp2s0f0", pci + "02:00.0", "a0:36:9f:00:00:01");
+    sys.NetInterface("usb0", usb + "1-2/1-2:1.0", "not-an-address");
+    sys.NetInterface("wlan0", pci + "04:00.0", "5c:e0:c5:00:00:07", "1", true);
+    sys.NetInterface("wlp5s0", pci + "05:00.0", "5c:e0:c5:00:00:08");  // Wi-Fi by its phy80211 link alone
+    std::filesystem::create_directories(root.path() / "sys/devices" / (pci + "05:00.0/net/wlp5s0/phy80211"));
     sys.NetInterface("lo", "", "00:00:00:00:00:00", "772");  // not ports: virtual, or not Ethernet
     sys.NetInterface("br0", "", "4a:09:db:48:bd:28");
-    sys.NetInterface("ib0", "pci0000:00/0000:04:00.0", "80:00:00:48:fe:80", "32");
-    sys.Device("pci0000:00/0000:00:14.0/usb1/1-1", "usb");
-    sys.Attribute("pci0000:00/0000:00:14.0/usb1/1-1", "product", "U.S.Robotics USB Modem");
-    sys.Device("pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0", "usb");
-    sys.Tty("ttyACM0", "pci0000:00/0000:00:14.0/usb1/1-1/1-1:1.0");
-    sys.Device("pnp0/00:00", "pnp");
+    sys.NetInterface("ib0", pci + "04:00.0", "80:00:00:48:fe:80", "32");
+    sys.Attribute(usb + "1-1", "product", "U.S.Robotics USB Modem");
+    sys.Tty("ttyACM0", usb + "1-1/1-1:1.0");
     sys.Tty("ttyS0", "pnp0/00:00", "4");
     sys.Tty("ttyS1", "pnp0/00:00", "0");  // no UART there
-    sys.Device("pci0000:00/0000:00:14.0/usb1/1-3/1-3:1.0", "usb");
-    sys.Device("pci0000:00/0000:00:14.0/usb1/1-3/1-3:1.0/ttyUSB0", "usb-serial");
-    sys.Tty("ttyUSB0", "pci0000:00/0000:00:14.0/usb1/1-3/1-3:1.0/ttyUSB0");
+    sys.Tty("ttyUSB0", usb + "1-3/1-3:1.0/ttyUSB0");
     sys.Tty("console", "");
 
     Listing listing = ListPorts();
@@ -279,26 +266,23 @@ TEST(PortArray, UnreadableSysfsFilesLeaveOutTheirPortInOneLine) {
         make(file.c_str());
     };
     auto fifo = [](const char* path) { ::mkfifo(path, 0644); };
-    const std::string usb = "pci0000:00/0000:00:14.0/usb1/1-1";
-    sys.Device("pci0000:00/0000:00:19.0", "pci");
+    const std::string usb = "pci0000:00/0000:00:14.0/usb1/1-1", card = "pci0000:00/0000:00:1a.0";
+    sys.Device("pci0000:00/0000:00:19.0", "pci"), sys.Device(card, "pci"), sys.Device("pnp0/00:00", "pnp");
+    sys.Device(usb, "usb"), sys.Device(usb + "/1-1:1.0", "usb");
     sys.NetInterface("eno1", "pci0000:00/0000:00:19.0", "00:1b:21:3a:4f:02");
-    sys.Device("pci0000:00/0000:00:1a.0", "pci");
-    sys.NetInterface("eth1", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:03");
-    replace(devices / "pci0000:00/0000:00:1a.0/net/eth1/type", fifo);
-    sys.NetInterface("eth2", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:04");
-    replace(devices / "pci0000:00/0000:00:1a.0/net/eth2/address",
+    sys.NetInterface("eth1", card, "00:1b:21:3a:4f:03");
+    replace(devices / card / "net/eth1/type", fifo);
+    sys.NetInterface("eth2", card, "00:1b:21:3a:4f:04");
+    replace(devices / card / "net/eth2/address",
             [](const char* path) { std::filesystem::create_symlink("/dev/zero", path); });
-    sys.NetInterface("eth3", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:05");
-    std::filesystem::resize_file(devices / "pci0000:00/0000:00:1a.0/net/eth3/address", 1 << 20);
-    sys.NetInterface("eth\xff", "pci0000:00/0000:00:1a.0", "00:1b:21:3a:4f:06");
+    sys.NetInterface("eth3", card, "00:1b:21:3a:4f:05");
+    std::filesystem::resize_file(devices / card / "net/eth3/address", 1 << 20);
+    sys.NetInterface("eth\xff", card, "00:1b:21:3a:4f:06");
     sys.PCISlot("7", "0000:00:19");
     replace(root.path() / "sys/bus/pci/slots/7/address", fifo);
-    sys.Device(usb, "usb");
     sys.Attribute(usb, "product", "Modem");
     replace(devices / usb / "product", fifo);
-    sys.Device(usb + "/1-1:1.0", "usb");
     sys.Tty("ttyACM0", usb + "/1-1:1.0");
-    sys.Device("pnp0/00:00", "pnp");
     sys.Tty("ttyS0", "pnp0/00:00", "4");
     replace(devices / "pnp0/00:00/tty/ttyS0/type", fifo);
 

@@ -9,11 +9,6 @@
 
 namespace {
 
-// Whether a save was applied: the running system's copy exists.
-bool Applied(const TempRoot& root) {
-    return std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist");
-}
-
 Value SwitchStore() {
     return MakeStore({
         // Both configured, both to be switched.
@@ -72,14 +67,14 @@ TEST(SwitchCommandsTest, NothingToDoLeavesTheFileUntouched) {
     for (const auto& [args, pacLine] : runs) {
         SCOPED_TRACE(args[0]);
         TempRoot root;
-        auto file = root.writeStore(Encoded(MakeStore({{"A", Dict({{"HTTPEnable", Number(0)}, {"HTTPProxy", Str("h")},
-                                                                  {"ProxyAutoConfigEnable", Number(1)},
-                                                                  {"ProxyAutoConfigURLString", Str("http://w/p.pac")}})}})));
+        // Service A of the store above: HTTP proxy off, PAC on with the URL.
+        Value proxies = CopyAt(SwitchStore(), {"NetworkServices", "A", "Proxies"});
+        auto file = root.writeStore(Encoded(MakeStore({{"A", proxies}})));
         std::string before = Stamp(file, true);
         ProgramRun run = RunTool(root, args);
         EXPECT_EQ(run.out, std::string("- Http Proxy is already disabled - A.\n") + pacLine);
         EXPECT_EQ(Stamp(file), before);
-        EXPECT_FALSE(Applied(root));
+        EXPECT_FALSE(std::filesystem::exists(root.path() / "var/run/SystemConfiguration/preferences.plist"));
     }
 }
 
