@@ -3,6 +3,7 @@
 // report, and the pieces of the nested description of containers.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -101,6 +102,28 @@ inline CFHashCode MixHash(CFHashCode h) {
     h *= 0xff51afd7ed558ccdULL;
     h ^= h >> 33;
     return h;
+}
+
+// A hash of bytes taken eight at a time, for texts from a key to a whole
+// store file; *ascii, when given, tells whether every byte is ASCII.
+inline std::uint64_t HashBytes(const void* data, std::size_t size, bool* ascii = nullptr) {
+    const unsigned char* bytes = static_cast<const unsigned char*>(data);
+    std::uint64_t hash = 0x9E3779B97F4A7C15ULL ^ size, bits = 0;
+    auto mix = [&](std::uint64_t word) {
+        bits |= word;
+        hash = (((hash << 29) | (hash >> 35)) ^ word) * 0xBF58476D1CE4E5B9ULL;
+    };
+    std::size_t at = 0;
+    for (; at + 8 <= size; at += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes + at, 8);
+        mix(word);
+    }
+    std::uint64_t tail = 0;
+    if (size > at) std::memcpy(&tail, bytes + at, size - at);
+    mix(tail);
+    if (ascii != nullptr) *ascii = (bits & 0x8080808080808080ULL) == 0;
+    return MixHash(hash);
 }
 
 }  // namespace cfrt

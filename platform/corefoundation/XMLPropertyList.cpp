@@ -326,32 +326,11 @@ private:
     // of the strings made so far.
     static constexpr std::size_t kInternedLength = 64;
 
-    // The hash of a text of at most kInternedLength bytes, eight at a time;
-    // *ascii tells whether all its bytes are ASCII.
-    static std::uint64_t InternHash(const UInt8* text, std::size_t length, bool* ascii) {
-        std::uint64_t hash = 0x9E3779B97F4A7C15ULL ^ length, bits = 0;
-        std::size_t at = 0;
-        auto mix = [&](std::uint64_t word) {
-            bits |= word;
-            hash = (((hash << 29) | (hash >> 35)) ^ word) * 0xBF58476D1CE4E5B9ULL;
-        };
-        for (; at + 8 <= length; at += 8) {
-            std::uint64_t word;
-            std::memcpy(&word, text + at, 8);
-            mix(word);
-        }
-        std::uint64_t tail = 0;
-        if (length > at) std::memcpy(&tail, text + at, length - at);
-        mix(tail);
-        *ascii = (bits & 0x8080808080808080ULL) == 0;
-        return cfrt::MixHash(hash);
-    }
-
     // *interned tells whether the string is the shared one for its text.
     CFStringRef makeString(const std::string& text, bool* interned) {
         const UInt8* bytes = reinterpret_cast<const UInt8*>(text.data());
         bool ascii = false;
-        std::uint64_t hash = text.size() <= kInternedLength ? InternHash(bytes, text.size(), &ascii) : 0;
+        std::uint64_t hash = text.size() <= kInternedLength ? cfrt::HashBytes(bytes, text.size(), &ascii) : 0;
         *interned = ascii;
         if (!ascii) return cfstring::MakeFromUTF8(bytes, text.size());
         if (2 * (internedCount_ + 1) > interned_.size()) growInterned();
@@ -376,7 +355,7 @@ private:
             if (string == nil) continue;
             __CFString::View view = string->view();
             bool ascii = false;
-            std::size_t slot = static_cast<std::size_t>(InternHash(view.narrow(), view.length, &ascii)) & mask;
+            std::size_t slot = static_cast<std::size_t>(cfrt::HashBytes(view.narrow(), view.length, &ascii)) & mask;
             while (interned_[slot] != nil) slot = (slot + 1) & mask;
             interned_[slot] = string;
         }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/corefoundation/CFObjectsInternal.h"
 #include "platform/corefoundation/CFStringInternal.h"
 #include "platform/posix/AtomicFile.h"
 #include "platform/posix/RootPath.h"
@@ -47,7 +48,7 @@ void Complain(const char* action, const std::string& file, const std::string& fa
 }
 
 std::size_t HashBytes(const std::string& bytes) {
-    return static_cast<std::size_t>(SCHashBytes(bytes.data(), bytes.size()));
+    return static_cast<std::size_t>(cfrt::HashBytes(bytes.data(), bytes.size()));
 }
 
 // The one buffer for a store's text: whatever needs one next (the read of
@@ -200,28 +201,6 @@ Boolean Finish(int status) {
 }
 
 }  // namespace
-
-// It only has to tell a file rewritten with other contents from one that
-// was merely touched, and one path from another.
-std::uint64_t SCHashBytes(const void* data, std::size_t size) {
-    const unsigned char* bytes = static_cast<const unsigned char*>(data);
-    std::uint64_t hash = 0x9E3779B97F4A7C15ULL ^ size;
-    auto mix = [&hash](std::uint64_t word) {
-        hash = (((hash << 29) | (hash >> 35)) ^ word) * 0xBF58476D1CE4E5B9ULL;
-    };
-    std::size_t at = 0;
-    for (; at + 8 <= size; at += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, bytes + at, 8);
-        mix(word);
-    }
-    std::uint64_t tail = 0;
-    if (size > at) std::memcpy(&tail, bytes + at, size - at);
-    mix(tail);
-    hash ^= hash >> 31;
-    hash *= 0x94D049BB133111EBULL;
-    return hash ^ (hash >> 29);
-}
 
 void _SCErrorSet(int status) { gSCStatus = status; }
 

@@ -15,9 +15,6 @@
 #include "platform/corefoundation/PropertyListFile.h"
 #include "platform/systemconfiguration/SCPreferences.h"
 
-// A hash of bytes, eight at a time.
-std::uint64_t SCHashBytes(const void* data, std::size_t size);
-
 // The link lookups a handle has answered, so that asking again for the same
 // link (a walk over a set's services asks for each service's link several
 // times) takes no walk through the tree. Only lookups whose way went

@@ -268,7 +268,7 @@ CFStringRef KnownLink(const __SCPreferences* prefs, CFStringRef path) {
     if (prefs->links.links.empty() || path == nil || CFGetTypeID(path) != CFStringGetTypeID()) return nil;
     __CFString::View view = path->view();
     if (view.wide) return nil;
-    auto link = prefs->links.links.find(SCHashBytes(view.data, view.length));
+    auto link = prefs->links.links.find(cfrt::HashBytes(view.data, view.length));
     if (link == prefs->links.links.end()) return nil;
     // The same hash is not yet the same path: the text must be the group's
     // path, "/" and the link's key.
@@ -308,7 +308,7 @@ void RememberLink(__SCPreferences* prefs, CFStringRef path, CFStringRef key, CFS
         }
         groups.push_back(std::move(made));
     }
-    std::uint64_t hash = SCHashBytes(view.data, view.length);
+    std::uint64_t hash = cfrt::HashBytes(view.data, view.length);
     prefs->links.links.insert_or_assign(
         hash, SCLinkIndex::Link{group, CFRef<CFStringRef>::Retain(key), CFRef<CFStringRef>::Retain(target)});
     groups[group].links.push_back(hash);
