@@ -3,10 +3,13 @@
 // report, and the pieces of the nested description of containers.
 #pragma once
 
+#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "platform/corefoundation/CFRuntime.h"
@@ -124,6 +127,20 @@ inline std::uint64_t HashBytes(const void* data, std::size_t size, bool* ascii =
     mix(tail);
     if (ascii != nullptr) *ascii = (bits & 0x8080808080808080ULL) == 0;
     return MixHash(hash);
+}
+
+// The magnitude written by an integer's digits (the sign taken off),
+// decimal or hexadecimal after "0x", as property lists and ioreg write
+// them; false unless the whole text is one number of at most 64 bits.
+inline bool ParseMagnitude(std::string_view digits, std::uint64_t* magnitude) {
+    int base = 10;
+    if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
+        base = 16;
+        digits.remove_prefix(2);
+    }
+    *magnitude = 0;
+    auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), *magnitude, base);
+    return !digits.empty() && error == std::errc() && stop == digits.data() + digits.size();
 }
 
 }  // namespace cfrt

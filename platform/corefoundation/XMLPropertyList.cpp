@@ -364,15 +364,8 @@ private:
     CFTypeRef makeInteger(std::string_view text) {
         bool negative = !text.empty() && text.front() == '-';
         if (!text.empty() && (text.front() == '-' || text.front() == '+')) text.remove_prefix(1);
-        int base = 10;
-        if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
-            base = 16;
-            text.remove_prefix(2);
-        }
-        UInt64 magnitude = 0;
-        auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude, base);
-        if (text.empty() || error != std::errc() || end != text.data() + text.size() ||
-            (negative && magnitude > (UInt64(1) << 63))) {
+        std::uint64_t magnitude = 0;
+        if (!cfrt::ParseMagnitude(text, &magnitude) || (negative && magnitude > (UInt64(1) << 63))) {
             fail("malformed property list: <integer> is not an integer of at most 64 bits");
             return nil;
         }

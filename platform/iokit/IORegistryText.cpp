@@ -25,6 +25,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/corefoundation/CFObjectsInternal.h"
 #include "platform/iokit/IORegistry.h"
 
 namespace {
@@ -339,14 +340,8 @@ private:
         std::string_view digits = text.substr(*at, end - *at);
         bool negative = !digits.empty() && digits.front() == '-';
         if (negative) digits.remove_prefix(1);
-        int base = 10;
-        if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
-            base = 16;
-            digits.remove_prefix(2);
-        }
-        UInt64 magnitude = 0;
-        auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude, base);
-        if (digits.empty() || error != std::errc() || stop != digits.data() + digits.size()) {
+        std::uint64_t magnitude = 0;
+        if (!cfrt::ParseMagnitude(digits, &magnitude)) {
             if (end == text.size()) return Parse::CutShort;
             return Malformed("a number of more than 64 bits, or not a number");
         }
